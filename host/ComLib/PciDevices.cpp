@@ -1,0 +1,139 @@
+#include "host/ComLib/PciDevices.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <memory>
+#include <tuple>
+
+#include "host/ComLib/Descriptor.h"
+
+namespace {
+
+const char* const kDevicesFolder = "/sys/bus/pci/devices";
+
+bool IsLowerHex(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
+}
+
+/// Takes exactly `digits` lower-case hexadecimal digits and the character behind them, if one is
+/// asked for, off the front of the text.
+std::optional<unsigned> TakeHex(std::string& text, std::size_t digits, const char* behind) {
+    const std::string end = behind;
+    if (text.size() < digits + end.size() || text.compare(digits, end.size(), end) != 0 ||
+        !std::all_of(text.begin(), text.begin() + static_cast<long>(digits), IsLowerHex)) {
+        return std::nullopt;
+    }
+    unsigned value = 0;
+    std::from_chars(text.data(), text.data() + digits, value, 16);
+    text.erase(0, digits + end.size());
+    return value;
+}
+
+bool IsIdentifierPart(const std::string& text) {
+    return text.size() == 4 && std::all_of(text.begin(), text.end(), IsLowerHex);
+}
+
+/// Number in a file of the kernel, for example "0x0c0400\n" of six digits, without its prefix.
+std::optional<std::string> ReadHexFile(const std::string& file, std::size_t digits) {
+    const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    std::array<char, 32> buffer = {};
+    const ssize_t got = descriptor ? read(descriptor.Get(), buffer.data(), buffer.size()) : -1;
+    std::string text(buffer.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+    if (!text.empty() && text.back() == '\n') {
+        text.pop_back();
+    }
+    if (text.size() != digits + 2 || text.compare(0, 2, "0x") != 0 ||
+        !std::all_of(text.begin() + 2, text.end(), IsLowerHex)) {
+        return std::nullopt;
+    }
+    return text.substr(2);
+}
+
+auto Position(const PciAddress& address) {
+    return std::tie(address.domain, address.bus, address.device, address.function);
+}
+
+}  // namespace
+
+std::string PciAddress::Text() const {
+    std::array<char, 48> text = {};
+    std::snprintf(text.data(), text.size(), "%04x:%02x:%02x.%x", domain, bus, device, function);
+    return text.data();
+}
+
+std::optional<PciAddress> ParsePciAddress(const std::string& text) {
+    std::string rest = text;
+    PciAddress address;
+    if (const auto domain = TakeHex(rest, 4, ":")) {
+        address.domain = *domain;
+    }
+    const auto bus = TakeHex(rest, 2, ":");
+    const auto device = TakeHex(rest, 2, ".");
+    const auto function = TakeHex(rest, 1, "");
+    if (!bus || !device || !function || !rest.empty() || *device > 0x1f || *function > 7) {
+        return std::nullopt;
+    }
+    address.bus = *bus;
+    address.device = *device;
+    address.function = *function;
+    return address;
+}
+
+std::string DeviceIdentifier::Text() const {
+    return address.Text() + "-" + vendor + "-" + device;
+}
+
+std::optional<DeviceIdentifier> ParseDeviceIdentifier(const std::string& text) {
+    const auto first = text.find('-');
+    const auto second = first == std::string::npos ? first : text.find('-', first + 1);
+    if (second == std::string::npos) {
+        return std::nullopt;
+    }
+    const auto address = ParsePciAddress(text.substr(0, first));
+    const std::string vendor = text.substr(first + 1, second - first - 1);
+    const std::string device = text.substr(second + 1);
+    if (!address || !IsIdentifierPart(vendor) || !IsIdentifierPart(device)) {
+        return std::nullopt;
+    }
+    return DeviceIdentifier{*address, vendor, device};
+}
+
+std::optional<PciDevice> ReadPciDevice(const PciAddress& address) {
+    const std::string folder = std::string(kDevicesFolder) + "/" + address.Text();
+    const auto vendor = ReadHexFile(folder + "/vendor", 4);
+    const auto device = ReadHexFile(folder + "/device", 4);
+    const auto subsystemVendor = ReadHexFile(folder + "/subsystem_vendor", 4);
+    const auto subsystemDevice = ReadHexFile(folder + "/subsystem_device", 4);
+    const auto classCode = ReadHexFile(folder + "/class", 6);
+    if (!vendor || !device || !subsystemVendor || !subsystemDevice || !classCode) {
+        return std::nullopt;
+    }
+    unsigned code = 0;
+    std::from_chars(classCode->data(), classCode->data() + classCode->size(), code, 16);
+    return PciDevice{address, *vendor, *device, *subsystemVendor, *subsystemDevice, code};
+}
+
+std::vector<PciDevice> ListPciDevices() {
+    std::vector<PciDevice> devices;
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(kDevicesFolder), closedir);
+    const dirent* entry = nullptr;
+    while (folder && (entry = readdir(folder.get())) != nullptr) {
+        const auto address = ParsePciAddress(entry->d_name);
+        if (!address || address->Text() != entry->d_name) {
+            continue;
+        }
+        if (auto device = ReadPciDevice(*address)) {
+            devices.push_back(std::move(*device));
+        }
+    }
+    std::sort(devices.begin(), devices.end(), [](const PciDevice& a, const PciDevice& b) {
+        return Position(a.address) < Position(b.address);
+    });
+    return devices;
+}

@@ -1,0 +1,5 @@
+#include "host/CVendorEx.h"
+
+CVendorEx::CVendorEx(std::string deviceId) : CVendor(std::move(deviceId)) {}
+
+CVendorEx::~CVendorEx() = default;

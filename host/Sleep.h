@@ -1,0 +1,4 @@
+#pragma once
+
+/// Pauses the calling thread.
+void Sleep(unsigned long milliseconds);
