@@ -1,0 +1,197 @@
+#include "host/CCommon_Information.h"
+#include "host/CFileUtility.h"
+#include "host/CMutexUtil.h"
+#include "host/CStringUtil.h"
+#include "provider/common/CEmulexCommon.h"
+#include "provider/common/ErrorCode.h"
+#include "provider/common/FileAge.h"
+#include "provider/common/TextFile.h"
+#include "provider/common/Trace.h"
+#include "provider/common/TraceScope.h"
+#include "provider/common/WorkArea.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+
+namespace {
+
+constexpr const char* listingResult = "fsresult";
+
+std::string AttributeFile(std::string wwpn) {
+    CStringUtil::strReplace(wwpn, ":", "-");
+    return WorkArea::CacheFile("HbaAttrib" + wwpn + ".txt");
+}
+
+bool Regenerate(const std::string& wwpn, const std::string& file) {
+    std::string tool;
+    if (!CEmulexCommon::GetOCMManagerInstallPath(&tool)) {
+        CTraceUtility::WriteDebug(Trace::File, Trace::Error,
+                                  "CEmulexCommon::GetHbaAttribData() Fail OCMPath:%s",
+                                  tool.c_str());
+        return false;
+    }
+    const std::string command = "\"" + tool + "\" HbaAttributes " + wwpn + " > \"" + file + "\"";
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info,
+                              "CEmulexCommon::GetHbaAttribData() strListCmd:%s", command.c_str());
+    // Relied on: a failed run (-1) passes, and the file is read in any case.
+    if (CEmulexCommon::ExecCommand_(command) == 1) {
+        CTraceUtility::WriteDebug(Trace::File, Trace::Error,
+                                  "CEmulexCommon::GetHbaAttribData() command error");
+        return false;
+    }
+    return true;
+}
+
+// The first line that contains the key anywhere decides.
+int ReadAttribute(std::istream& text, const std::string& key, std::string& value) {
+    std::string line;
+    while (std::getline(text, line)) {
+        if (line.empty() || line.find(key) == std::string::npos) {
+            continue;
+        }
+        const std::size_t colon = line.find(':');
+        value = colon == std::string::npos ? "" : line.substr(colon + 1);
+        return colon == std::string::npos ? -1 : 0;
+    }
+    return -1;
+}
+
+// Writes the names of the files to the listing result.
+bool ListFiles(const std::string& directory, const std::string& pattern) {
+    const std::string command = "/bin/ls " + directory + "/" + pattern + " > " +
+                                WorkArea::TempFile(listingResult) + " 2>&1";
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info,
+                              "CEmulexCommon::LatestFile() system exec:[%s]", command.c_str());
+    return ::system(command.c_str()) == 0;
+}
+
+void TraceModification(time_t modified) {
+    char text[32];
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info, "st_mtime=%d", static_cast<int>(modified));
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info, "Last Modify [%s]",
+                              ::ctime_r(&modified, text) == nullptr ? "" : text);
+}
+
+std::string NewestListed() {
+    std::ifstream words(WorkArea::TempFile(listingResult));
+    std::string file, newest;
+    time_t latest = 0;
+    while (words >> file) {
+        struct stat state;
+        if (::stat(file.c_str(), &state) != 0) {
+            CTraceUtility::WriteDebug(Trace::File, Trace::Error, "stat error!!");
+            continue;
+        }
+        TraceModification(state.st_mtime);
+        if (state.st_mtime > latest) {
+            latest = state.st_mtime;
+            newest = file;
+        }
+    }
+    return newest;
+}
+
+}  // namespace
+
+int CEmulexCommon::GetHbaAttribData(std::string wwpn, std::string key, std::string& value) {
+    TraceScope trace("CEmulexCommon::GetHbaAttribData");
+    if (wwpn.empty()) {
+        CTraceUtility::WriteDebug(Trace::File, Trace::Error,
+                                  "CEmulexCommon::GetHbaAttribData() Fail tsWWPNMAC empty");
+        return -1;
+    }
+    const std::string file = AttributeFile(wwpn);
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info,
+                              "CEmulexCommon::GetHbaAttribData() strOutputFile:%s", file.c_str());
+    if (!IsFreshCache(file, "CEmulexCommon::GetHbaAttribData() HbaAttributes file") &&
+        !Regenerate(wwpn, file)) {
+        return -1;
+    }
+    std::ifstream text(file);
+    if (!text) {
+        CTraceUtility::WriteDebug(Trace::File, Trace::Error, "file open error:%s", file.c_str());
+        return -1;
+    }
+    const int result = ReadAttribute(text, key, value);
+    CStringUtil::strTrimAll(value, value);
+    trace.SetExit("CEmulexCommon::GetHbaAttribData(" + wwpn + ") find:(" + key + ") return:(" +
+                  std::to_string(result) + ") [END]");
+    return result;
+}
+
+int CEmulexCommon::DeleteHbaAttribCache(std::string wwpn) {
+    TraceScope trace("CEmulexCommon::DeleteHbaAttribCache");
+    if (wwpn.empty()) {
+        CTraceUtility::WriteDebug(Trace::File, Trace::Error,
+                                  "CEmulexCommon::DeleteHbaAttribCache() Fail tsWWPNMAC empty");
+        return -1;
+    }
+    const std::string file = AttributeFile(wwpn);
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info,
+                              "CEmulexCommon::DeleteHbaAttribCache() strOutputFile:%s",
+                              file.c_str());
+    if (!CCommon_Information::RetryDeleteFile(file)) {
+        CTraceUtility::WriteDebug(Trace::File, Trace::Error,
+                                  "CEmulexCommon::DeleteHbaAttribCache() RetryDeleteFile fail:[%s]",
+                                  file.c_str());
+        return -1;
+    }
+    return 0;
+}
+
+int CEmulexCommon::CreateLocalDirectory() {
+    TraceScope trace("CEmulexCommon::CreateLocalDirectory");
+    if (!CFileUtility::CreateFolder(WorkArea::CacheFolder())) {
+        SetLastError(ErrorCode::CacheFolderNotCreated);
+        return 0;
+    }
+    if (!CFileUtility::CreateFolder(WorkArea::TempFolder())) {
+        SetLastError(ErrorCode::FolderNotCreated);
+        return 0;
+    }
+    return 1;
+}
+
+std::string CEmulexCommon::GetDumpCacheFilePath(std::string name) {
+    TraceScope trace("CEmulexCommon::GetDumpCacheFilePath");
+    CStringUtil::strReplace(name, "/", "_");
+    CStringUtil::strReplace(name, ":", "-");
+    std::string path = WorkArea::CacheFile("CacheDump_" + name + ".txt");
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info,
+                              "CEmulexCommon::GetDumpCacheFilePath() [%s]", path.c_str());
+    return path;
+}
+
+int CEmulexCommon::CheckDumpFileKeyWord_(std::string file, std::string adapterType) {
+    TraceScope trace("CEmulexCommon::CheckDumpFileKeyWord_");
+    const char* keyword = adapterType == "cna" ? "Port WWPN/MAC: " : "Port WWN: ";
+    TextFile text(file);
+    if (!text) {
+        return 0;
+    }
+    std::string line;
+    while (text.ReadLine(line)) {
+        if (line.find(keyword) != std::string::npos) {
+            CTraceUtility::WriteDebug(Trace::File, Trace::Info, "[%s] is found", keyword);
+            return 1;
+        }
+    }
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info, "[%s] is not found", keyword);
+    return 0;
+}
+
+std::string CEmulexCommon::LatestFile(std::string directory, std::string pattern) {
+    TraceScope trace("CEmulexCommon::LatestFile");
+    CMutexUtil lock;
+    lock.Create(1, nullptr, nullptr);
+    lock.Lock(-1);
+    std::string newest = ListFiles(directory, pattern) ? NewestListed() : "";
+    ::unlink(WorkArea::TempFile(listingResult).c_str());
+    lock.Unlock();
+    trace.SetExit("CEmulexCommon::LatestFile() [END] latest filename=" + newest);
+    return newest;
+}

@@ -1,0 +1,332 @@
+#include "host/CCommon_Information.h"
+#include "host/CFileUtility.h"
+#include "host/CStringUtil.h"
+#include "host/PrivateProfile.h"
+#include "provider/common/CEmulexCommon.h"
+#include "provider/common/ErrorCode.h"
+#include "provider/common/KeyValueLine.h"
+#include "provider/common/TextFile.h"
+#include "provider/common/Trace.h"
+#include "provider/common/TraceScope.h"
+#include "provider/common/WorkArea.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+namespace {
+
+using Adapter = std::map<std::string, std::string>;
+
+struct Location {
+    int bus, device, function;
+};
+
+constexpr const char* fcList = "FcVCFac.ini";
+constexpr const char* cnaList = "CnaVCFac.ini";
+constexpr const char* section = "SuportDevice";
+constexpr unsigned int iniValueSize = 256;
+
+constexpr std::size_t vendorPrefixLength = 4;  // "VEN_"
+constexpr std::size_t devicePartLength = 7;    // "DEV_" and all digits but the last
+
+constexpr const char* busKey = "PCI Bus Number";
+constexpr const char* functionKey = "PCI Function";
+constexpr std::size_t valueColumn = 17;
+
+constexpr int functionsPerDevice = 2;
+constexpr int pciFunctionsPerDevice = 8;
+
+// Supported-device lists.
+
+std::string IniText(const std::string& path, const std::string& key) {
+    char value[iniValueSize] = "";
+    GetPrivateProfileStringA(section, key.c_str(), "", value, iniValueSize, path.c_str());
+    return value;
+}
+
+// What is left of the text behind its first characters.
+std::string Behind(const std::string& text, std::size_t length) {
+    return text.substr(std::min(length, text.size()));
+}
+
+// Calls take(vendor value, number of the entry) for every entry of an accepted vendor.
+template <typename Take>
+void ForEachEntry(const std::string& path, const std::vector<std::string>& vendors, Take take) {
+    const long count = GetPrivateProfileIntA(section, "SuportDeviceNum", 0, path.c_str());
+    for (long i = 1; i <= count; ++i) {
+        const std::string number = CStringUtil::NumberToTString(i);
+        const std::string vendor = IniText(path, "Vendor" + number);
+        const std::string id = Behind(vendor, vendorPrefixLength);
+        if (std::find(vendors.begin(), vendors.end(), id) != vendors.end()) {
+            take(vendor, number);
+        }
+    }
+}
+
+std::string IniPath(const char* name) {
+    return CFileUtility::GetInstallPath(0) + "/" + name;
+}
+
+const std::vector<std::string>& FcVendors() {
+    static const std::vector<std::string> vendors = {"10DF"};
+    return vendors;
+}
+
+const std::vector<std::string>& CnaVendors() {
+    static const std::vector<std::string> vendors = {"10DF", "19A2"};
+    return vendors;
+}
+
+void AppendFcIds(std::list<std::string>& ids) {
+    const std::string path = IniPath(fcList);
+    ForEachEntry(path, FcVendors(), [&](const std::string& vendor, const std::string& number) {
+        ids.push_back("PCI\\" + vendor + "&" + IniText(path, "Device" + number));
+    });
+}
+
+// Of the functions of a converged adapter only the first is listed: its device ID ends in 0.
+void AppendCnaIds(std::list<std::string>& ids) {
+    const std::string path = IniPath(cnaList);
+    ForEachEntry(path, CnaVendors(), [&](const std::string& vendor, const std::string& number) {
+        const std::string device = IniText(path, "Device" + number);
+        if (Behind(device, devicePartLength) == "0") {
+            ids.push_back("PCI\\" + vendor + "&" + device);
+        }
+    });
+}
+
+// Adapter list.
+
+// One key of the adapter record: what each line that holds it yields, in the file's order.
+struct Column {
+    std::vector<std::string> keys;
+    std::vector<std::optional<KeyValueLine::Pair>> lines;
+};
+
+std::vector<Column> EmptyColumns() {
+    return {{{"Port WWN", "Permanent MAC"}, {}},
+            {{"Port Number"}, {}},
+            {{busKey}, {}},
+            {{functionKey}, {}},
+            {{"Port Type"}, {}},
+            {{"Serial No."}, {}}};
+}
+
+void Take(const std::string& line, Column& column) {
+    if (const auto match = KeyValueLine::Find(line, column.keys)) {
+        column.lines.push_back(KeyValueLine::Extract(line, *match, ":"));
+    }
+}
+
+// One pass in place of one reading of the file for every record and key.
+std::vector<Column> ReadColumns(TextFile& file) {
+    std::vector<Column> columns = EmptyColumns();
+    std::string line;
+    while (file.Read(line)) {
+        line = KeyValueLine::WithoutLineEnd(line);
+        for (Column& column : columns) {
+            Take(line, column);
+        }
+    }
+    return columns;
+}
+
+// As the key/value reader answers for this index: the lines before it count whether they have a
+// value or not, then the first one with a value is taken.
+std::optional<KeyValueLine::Pair> ValueAt(const Column& column, std::size_t index) {
+    for (std::size_t i = index; i < column.lines.size(); ++i) {
+        if (column.lines[i]) {
+            return column.lines[i];
+        }
+    }
+    return std::nullopt;
+}
+
+Adapter RecordAt(const std::vector<Column>& columns, std::size_t index) {
+    Adapter record;
+    for (const Column& column : columns) {
+        const auto pair = ValueAt(column, index);
+        if (!pair) {
+            break;
+        }
+        record[pair->first] = pair->second;
+    }
+    return record;
+}
+
+bool ReadAdapters(std::list<Adapter>& adapters) {
+    TextFile file(WorkArea::AdapterList());
+    if (!file) {
+        return false;
+    }
+    const std::vector<Column> columns = ReadColumns(file);
+    for (std::size_t index = 0;; ++index) {
+        Adapter record = RecordAt(columns, index);
+        if (record.empty()) {
+            break;
+        }
+        adapters.push_back(std::move(record));
+    }
+    if (adapters.empty()) {
+        CEmulexCommon::SetLastError(ErrorCode::NoAdapter);
+    }
+    return !adapters.empty();
+}
+
+// The number in at most `width` characters at the value column; nothing where there is none.
+std::optional<long> NumberInColumn(const std::string& line, std::size_t width) {
+    std::string digits = Behind(line, valueColumn).substr(0, width);
+    CStringUtil::strTrimAll(digits, digits);
+    if (!CStringUtil::IsDigitString(digits)) {
+        return std::nullopt;
+    }
+    return CStringUtil::TStringToNumber(digits);
+}
+
+// How many function numbers the adapter list gives each device: it shows a number of 8 or more on
+// this bus only when it counts as PCI does.
+int FunctionMultiplier(TextFile& file, int bus) {
+    std::string line;
+    while (file.Read(line)) {
+        if (line.find(busKey) == std::string::npos) {
+            continue;
+        }
+        CTraceUtility::WriteDebug(Trace::File, Trace::Info, "[%s] is found", busKey);
+        // Relied on: a bus of two digits is never found.
+        if (NumberInColumn(line, 1) != bus || !file.Read(line)) {
+            continue;
+        }
+        if (line.find(functionKey) != std::string::npos &&
+            NumberInColumn(line, 2).value_or(0) >= pciFunctionsPerDevice) {
+            return pciFunctionsPerDevice;
+        }
+    }
+    return functionsPerDevice;
+}
+
+std::string Value(const Adapter& record, const char* key) {
+    const auto found = record.find(key);
+    return found == record.end() ? "" : found->second;
+}
+
+bool IsAt(const Adapter& record, const std::string& bus, const std::string& function) {
+    const std::string recordBus = Value(record, busKey);
+    const std::string recordFunction = Value(record, functionKey);
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info,
+                              "CEmulexCommon::GetHBAInfo() EMULEX_CMN_HBAKEY_PCIBUSNUM[%s] bus[%s] "
+                              "EMULEX_CMN_HBAKEY_PCIFUNC[%s] func[%s]",
+                              recordBus.c_str(), bus.c_str(), recordFunction.c_str(),
+                              function.c_str());
+    return recordBus == bus && recordFunction == function;
+}
+
+std::optional<Location> Locate(const std::string& deviceId) {
+    Location at = {};
+    if (!CCommon_Information::GetPCIInfo(deviceId, &at.bus, &at.device, &at.function,
+                                         Trace::File)) {
+        CEmulexCommon::SetLastError(ErrorCode::PciLocationUnknown);
+        return std::nullopt;
+    }
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info,
+                              "CEmulexCommon::GetHBAInfo() PCIinfo deviceID[%s] bus[%d] dev[%d] "
+                              "func[%d]",
+                              deviceId.c_str(), at.bus, at.device, at.function);
+    return at;
+}
+
+bool FindAdapter(const std::list<Adapter>& adapters, const Location& location, Adapter& adapter) {
+    TextFile file(WorkArea::AdapterList());
+    if (!file) {
+        return false;
+    }
+    const long number =
+        static_cast<long>(FunctionMultiplier(file, location.bus)) * location.device +
+        location.function;
+    const std::string bus = CStringUtil::NumberToTString(location.bus);
+    const std::string function = CStringUtil::NumberToTString(number);
+    const auto found = std::find_if(adapters.begin(), adapters.end(), [&](const Adapter& record) {
+        return IsAt(record, bus, function);
+    });
+    if (found == adapters.end()) {
+        CEmulexCommon::SetLastError(ErrorCode::NoMatchingAdapter);
+        return false;
+    }
+    adapter = *found;
+    return true;
+}
+
+}  // namespace
+
+bool CEmulexCommon::GetVenDevIdList(std::string iniName, std::list<std::string>* cnaIds,
+                                    std::list<std::string>*, std::list<std::string>*,
+                                    std::list<std::string>* fcIds) {
+    TraceScope trace("CEmulexCommon::GetVenDevIdList");
+    const bool cna = iniName.find(cnaList) != std::string::npos;
+    if (!cna && iniName.find(fcList) == std::string::npos) {
+        return true;
+    }
+    std::list<std::string>* ids = cna ? cnaIds : fcIds;
+    if (ids == nullptr) {
+        SetLastError(ErrorCode::NullArgument);
+        return false;
+    }
+    if (cna) {
+        AppendCnaIds(*ids);
+    } else {
+        AppendFcIds(*ids);
+    }
+    return true;
+}
+
+bool CEmulexCommon::GetVenderIdList(std::list<std::string>* ids) {
+    TraceScope trace("CEmulexCommon::GetVenderIdList");
+    if (ids == nullptr) {
+        SetLastError(ErrorCode::NullArgument);
+        return true;  // as ever: the result of this operation tells nothing
+    }
+    ForEachEntry(IniPath(cnaList), CnaVendors(), [&](const std::string& vendor, const auto&) {
+        ids->push_back(Behind(vendor, vendorPrefixLength));
+    });
+    return true;
+}
+
+bool CEmulexCommon::GetHBAInfoList(std::list<std::map<std::string, std::string>>* adapters) {
+    TraceScope trace("CEmulexCommon::GetHBAInfoList");
+    trace.SetExit("CEmulexCommon::GetHBAInfoList(NG) [END]");
+    if (adapters == nullptr) {
+        SetLastError(ErrorCode::NullArgument);
+        return false;
+    }
+    adapters->clear();
+    if (!ReadAdapters(*adapters)) {
+        return false;
+    }
+    trace.SetExit("CEmulexCommon::GetHBAInfoList(OK) [END]");
+    return true;
+}
+
+bool CEmulexCommon::GetHBAInfo(std::string deviceId, std::map<std::string, std::string>* adapter) {
+    TraceScope trace("CEmulexCommon::GetHBAInfo");
+    if (adapter == nullptr) {
+        SetLastError(ErrorCode::NullArgument);
+        trace.SetExit("CEmulexCommon::GetHBAInfo() param error [END]");
+        return false;
+    }
+    adapter->clear();
+    std::list<Adapter> adapters;
+    if (!GetHBAInfoList(&adapters)) {
+        trace.SetExit("CEmulexCommon::GetHBAInfo() GetHBAInfoList result error [END]");
+        return false;
+    }
+    const std::optional<Location> location = Locate(deviceId);
+    if (!location) {
+        trace.SetExit(
+            "CEmulexCommon::GetHBAInfo() CCommon_Information::GetPCIInfo result error [END]");
+        return false;
+    }
+    const bool found = FindAdapter(adapters, *location, *adapter);
+    trace.SetExit(found ? "CEmulexCommon::GetHBAInfo(OK) [END]"
+                        : "CEmulexCommon::GetHBAInfo(NG) [END]");
+    return found;
+}

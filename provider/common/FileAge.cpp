@@ -1,0 +1,32 @@
+#include "provider/common/FileAge.h"
+
+#include "provider/common/Trace.h"
+
+#include <sys/stat.h>
+
+#include <ctime>
+
+namespace {
+
+constexpr long lifetimeSeconds = 3600;
+
+}  // namespace
+
+std::optional<long> FileAge(const std::string& path) {
+    const time_t now = ::time(nullptr);
+    struct stat status = {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return static_cast<long>(::difftime(now, status.st_mtime));
+}
+
+bool IsFreshCache(const std::string& path, const char* words) {
+    const std::optional<long> age = FileAge(path);
+    if (!age) {
+        return false;
+    }
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info, "%s elapse time [%d] sec", words,
+                              static_cast<int>(*age));
+    return *age < lifetimeSeconds;
+}
