@@ -1,0 +1,183 @@
+#include "qdmctl/Answer.h"
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+#include <utility>
+
+namespace qdmctl {
+namespace {
+
+constexpr int exitFailed = 1;
+constexpr int exitSomeFailed = 4;
+
+struct ErrorKind {
+    std::string_view name;
+    int exitCode;
+};
+
+/// In the order of ErrorId.
+constexpr ErrorKind errorKinds[] = {
+    {"usage", 2},
+    {"not-root", 9},
+    {"busy", 7},
+    {"no-adapter", 3},
+    {"no-device", 3},
+    {"tool-missing", exitFailed},
+    {"tool-failed", exitFailed},
+    {"listing-failed", exitFailed},
+    {"index-missing", 8},
+    {"index-invalid", 8},
+    {"package-missing", 8},
+    {"package-damaged", 8},
+    {"package-unsuitable", 8},
+    {"work-area", exitFailed},
+    {"disk-full", exitFailed},
+    {"update-failed", exitFailed},
+    {"not-confirmed", exitFailed},
+    {"interrupted", exitFailed},
+    {"internal", exitFailed},
+};
+static_assert(std::size(errorKinds) == static_cast<std::size_t>(ErrorId::Internal) + 1);
+
+constexpr std::string_view verdictNames[] = {"newer",      "same",         "older",
+                                             "unreadable", "incomparable", "none"};
+constexpr std::string_view outcomeNames[] = {"updated",    "pending", "skipped",
+                                             "not-needed", "failed",  "not-attempted"};
+constexpr std::string_view resultNames[] = {"ok", "nothing", "partial", "failed"};
+
+template <class Table, class Id>
+const auto& At(const Table& table, Id id) {
+    return table[static_cast<std::size_t>(id)];
+}
+
+template <class Condition>
+bool AnyComponent(const std::vector<Port>& ports, Condition holds) {
+    return std::any_of(ports.begin(), ports.end(), [&](const Port& port) {
+        return std::any_of(port.components.begin(), port.components.end(), holds);
+    });
+}
+
+bool HasFailed(const Component& component) {
+    return component.outcome == Outcome::Failed;
+}
+
+bool HasTakenPlace(const Component& component) {
+    return component.outcome == Outcome::Updated || component.outcome == Outcome::Pending;
+}
+
+bool IsNothing(const Component& component) {
+    const Outcome outcome = OutcomeOf(component);
+    return outcome == Outcome::Skipped || outcome == Outcome::NotNeeded;
+}
+
+bool Names(const Error& error, const Port& port) {
+    return !error.deviceId.empty() && error.deviceId == port.deviceId;
+}
+
+bool HasFailed(const Port& port, const std::vector<Error>& errors) {
+    return std::any_of(port.components.begin(), port.components.end(),
+                       [](const Component& component) { return HasFailed(component); }) ||
+           std::any_of(errors.begin(), errors.end(),
+                       [&](const Error& error) { return Names(error, port); });
+}
+
+/// Errors that end the run: those that name no port of the answer.
+std::vector<Error> ErrorsOfTheRun(const Answer& answer) {
+    std::vector<Error> found;
+    std::copy_if(answer.errors.begin(), answer.errors.end(), std::back_inserter(found),
+                 [&](const Error& error) {
+                     return std::none_of(answer.ports.begin(), answer.ports.end(),
+                                         [&](const Port& port) { return Names(error, port); });
+                 });
+    return found;
+}
+
+int CommonExitCode(const std::vector<Error>& errors) {
+    if (errors.empty()) {
+        return exitFailed;
+    }
+    const int first = ExitCodeOf(errors.front().id);
+    const bool common = std::all_of(errors.begin(), errors.end(), [&](const Error& error) {
+        return ExitCodeOf(error.id) == first;
+    });
+    return common ? first : exitFailed;
+}
+
+}  // namespace
+
+Error MakeError(ErrorId id, std::string message, std::string hint) {
+    Error error;
+    error.id = id;
+    error.message = std::move(message);
+    error.hint = std::move(hint);
+    return error;
+}
+
+Conclusion ResultOf(const Answer& answer) {
+    const std::vector<Error> ofTheRun = ErrorsOfTheRun(answer);
+    if (!ofTheRun.empty()) {
+        if (AnyComponent(answer.ports, HasTakenPlace)) {
+            return {Result::Partial, exitSomeFailed};
+        }
+        return {Result::Failed, CommonExitCode(ofTheRun)};
+    }
+    const auto failed =
+        std::count_if(answer.ports.begin(), answer.ports.end(),
+                      [&](const Port& port) { return HasFailed(port, answer.errors); });
+    if (failed == 0) {
+        const bool nothing =
+            answer.hasComponents && !AnyComponent(answer.ports, std::not_fn(IsNothing));
+        return {nothing ? Result::Nothing : Result::Ok, 0};
+    }
+    if (failed < std::distance(answer.ports.begin(), answer.ports.end())) {
+        return {Result::Partial, exitSomeFailed};
+    }
+    return {Result::Failed, CommonExitCode(answer.errors)};
+}
+
+int ExitCodeOf(ErrorId id) {
+    return At(errorKinds, id).exitCode;
+}
+
+Plan PlannedOutcome(Verdict verdict) {
+    switch (verdict) {
+        case Verdict::Newer:
+            return {Outcome::NotAttempted, "an update would install it"};
+        case Verdict::Same:
+            return {Outcome::NotNeeded, "this version is installed"};
+        case Verdict::Older:
+            return {Outcome::Skipped, "older than the installed version (--allow-older)"};
+        case Verdict::Unreadable:
+            return {Outcome::Skipped,
+                    "the installed version cannot be read (--force with --device)"};
+        case Verdict::Incomparable:
+            return {Outcome::Skipped, "the installed version cannot be compared with it"};
+        case Verdict::None:
+            break;
+    }
+    return {Outcome::NotNeeded, "no package in the repository"};
+}
+
+Outcome OutcomeOf(const Component& component) {
+    return component.outcome.value_or(PlannedOutcome(component.verdict).outcome);
+}
+
+bool IsUnreadable(const std::string& version) {
+    return version.empty() || version == "abnormal";
+}
+
+std::string_view NameOf(ErrorId id) {
+    return At(errorKinds, id).name;
+}
+std::string_view NameOf(Verdict verdict) {
+    return At(verdictNames, verdict);
+}
+std::string_view NameOf(Outcome outcome) {
+    return At(outcomeNames, outcome);
+}
+std::string_view NameOf(Result result) {
+    return At(resultNames, result);
+}
+
+}  // namespace qdmctl

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+namespace qdmctl {
+
+/// Keeps the provider's caches honest. A tool that is ended leaves half a file and a run that is
+/// killed leaves what it has not dropped yet, and both would be believed for an hour. So a mark
+/// lies in the work area while a run is under way, and one that is found empties the caches.
+class CacheGuard {
+public:
+    /// To be called with the lock held.
+    void Begin(const std::string& root);
+
+    /// The run has ended well: the next one may use its caches.
+    void Trust() const;
+
+private:
+    std::string mark;
+};
+
+}  // namespace qdmctl

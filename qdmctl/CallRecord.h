@@ -1,0 +1,41 @@
+#pragma once
+
+#include "host/DllCommon/HostObserver.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qdmctl {
+
+/// What the provider reports while this object lives: its operator messages and the lines it writes
+/// about failures.
+class CallRecord : public HostObserver {
+public:
+    CallRecord();
+    ~CallRecord() override;
+    CallRecord(const CallRecord&) = delete;
+    CallRecord& operator=(const CallRecord&) = delete;
+
+    unsigned TraceLevels() const override;
+    void OnTrace(CTraceUtility::TRACE_DBG_LEVEL level, const std::string& line) override;
+    void OnMessage(const HostMessage& message) override;
+
+    bool Has(const std::string& messageId) const;
+
+    /// Identifier of the last operator message; empty when there was none.
+    std::string MessageId() const;
+
+    /// The last-error code that the last message carries, where it carries one.
+    std::optional<unsigned long> LastError() const;
+
+    /// The lines about failures, in their order.
+    const std::vector<std::string>& Details() const { return details; }
+
+private:
+    HostObserver* outer;
+    std::vector<HostMessage> messages;
+    std::vector<std::string> details;
+};
+
+}  // namespace qdmctl

@@ -1,0 +1,17 @@
+#include "qdmctl/Command.h"
+
+namespace qdmctl {
+
+const std::vector<Command>& Commands() {
+    static const std::vector<Command> commands = {
+        {"list", "show the adapter ports of this server with their versions", "qdm.list/1", false,
+         false, RunList},
+        {"check", "compare the ports with the packages of a repository", "qdm.check/1", true, false,
+         RunCheck},
+        {"update", "bring the ports to the versions of a repository", "qdm.update/1", true, true,
+         RunUpdate},
+    };
+    return commands;
+}
+
+}  // namespace qdmctl

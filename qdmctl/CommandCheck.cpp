@@ -1,0 +1,16 @@
+#include "qdmctl/Command.h"
+#include "qdmctl/UpdatePlan.h"
+
+namespace qdmctl {
+
+/// The packages are held against the index, too: what check promises, update keeps.
+Answer RunCheck(const Options& options, Console& console) {
+    Answer answer;
+    answer.hasComponents = true;
+    Session session(options, console, answer);
+    const auto items = PrepareUpdate(session);
+    session.Publish();
+    return answer;
+}
+
+}  // namespace qdmctl

@@ -1,0 +1,125 @@
+#include "qdmctl/FileAccess.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+namespace qdmctl {
+namespace {
+
+PlainFile Refused(int error) {
+    PlainFile file;
+    file.missing = error == ENOENT || error == ENOTDIR;
+    file.refusal = error == ELOOP ? "is a link" : SystemText(error);
+    return file;
+}
+
+PlainFile Inspect(FileHandle handle) {
+    struct stat status {};
+    if (fstat(handle.Get(), &status) != 0) {
+        return Refused(errno);
+    }
+    PlainFile file;
+    if (!S_ISREG(status.st_mode)) {
+        file.refusal = "is no plain file";
+        return file;
+    }
+    file.size = static_cast<std::uint64_t>(status.st_size);
+    file.handle = std::move(handle);
+    return file;
+}
+
+}  // namespace
+
+FileHandle::~FileHandle() {
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
+}
+
+FileHandle::FileHandle(FileHandle&& other) noexcept
+    : descriptor(std::exchange(other.descriptor, -1)) {}
+
+FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {
+    std::swap(descriptor, other.descriptor);
+    return *this;
+}
+
+PlainFile OpenPlainFile(const std::string& folder, const std::string& relative) {
+    FileHandle parent(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    std::size_t begin = 0;
+    for (std::size_t end = 0; parent.IsOpen(); begin = end + 1) {
+        end = relative.find('/', begin);
+        const std::string part = relative.substr(begin, end - begin);
+        if (end == std::string::npos) {
+            constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+            FileHandle file(openat(parent.Get(), part.c_str(), flags));
+            return file.IsOpen() ? Inspect(std::move(file)) : Refused(errno);
+        }
+        constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+        parent = FileHandle(openat(parent.Get(), part.c_str(), flags));
+    }
+    return Refused(errno);
+}
+
+long ReadFully(const FileHandle& file, char* buffer, std::size_t size) {
+    std::size_t filled = 0;
+    while (filled < size) {
+        const ssize_t count = read(file.Get(), buffer + filled, size - filled);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return -1;
+        }
+        if (count == 0) {
+            break;
+        }
+        filled += static_cast<std::size_t>(count);
+    }
+    return static_cast<long>(filled);
+}
+
+bool WriteFully(const FileHandle& file, const char* data, std::size_t size) {
+    while (size > 0) {
+        const ssize_t count = write(file.Get(), data, size);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return false;
+        }
+        data += count;
+        size -= static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+std::string ReadWhole(PlainFile& file, std::size_t limit) {
+    std::string content(std::min<std::uint64_t>(limit, file.size) + 1, '\0');
+    const long count = ReadFully(file.handle, content.data(), content.size());
+    if (count < 0) {
+        file.refusal = SystemText(errno);
+        return {};
+    }
+    content.resize(static_cast<std::size_t>(count));
+    if (content.size() > limit) {
+        file.refusal = "is larger than " + std::to_string(limit) + " bytes";
+        return {};
+    }
+    if (content.size() != file.size) {
+        file.refusal = "has changed while it was read";
+        return {};
+    }
+    return content;
+}
+
+std::string SystemText(int error) {
+    return std::generic_category().message(error);
+}
+
+}  // namespace qdmctl

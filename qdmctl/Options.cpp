@@ -1,0 +1,148 @@
+#include "qdmctl/Options.h"
+
+#include "qdmctl/Command.h"
+
+#include <CLI/CLI.hpp>
+
+#ifndef QDMCTL_VERSION
+#define QDMCTL_VERSION "unknown"
+#endif
+
+namespace qdmctl {
+namespace {
+
+constexpr char Purpose[] =
+    "Lists and updates the Emulex Fibre Channel adapters of this server through their update "
+    "provider.";
+constexpr char ExitCodes[] =
+    "Exit codes: 0 done or nothing to do, 1 failed, 2 wrong call, 3 no such device or no adapter,\n"
+    "4 some ports failed, 7 another run is at work, 8 package or index damaged or unsuitable,\n"
+    "9 refused (needs root). Standard output carries the answer and nothing else.";
+
+struct Flag {
+    const char* name;
+    bool Options::*target;
+    const char* help;
+    bool changingOnly;
+};
+
+constexpr Flag Flags[] = {
+    {"--json", &Options::json, "answer as one JSON object", false},
+    {"--dry-run", &Options::dryRun, "show what would be done and change nothing", true},
+    {"--yes,-y", &Options::yes, "do not ask before the server is changed", true},
+    {"--allow-older", &Options::allowOlder, "also install packages older than what is installed",
+     true},
+    {"--force", &Options::force, "also update a port whose version cannot be read; needs --device",
+     true},
+};
+
+/// CLI11 takes the next word as the value even where that is an option.
+std::string RefuseOption(const std::string& value) {
+    return value.rfind("--", 0) == 0 ? "a value is missing before " + value : std::string();
+}
+
+/// Empty unless the first word is no option and no command.
+std::string UnknownCommand(int argc, const char* const* argv) {
+    const std::string word = argc > 1 ? argv[1] : "-";
+    for (const Command& command : Commands()) {
+        if (word == command.name) {
+            return {};
+        }
+    }
+    return word.rfind('-', 0) == 0 ? std::string() : "no command is called \"" + word + "\"";
+}
+
+/// Where the help is that fits what could be read of the command line.
+std::string HelpHint(const CLI::App& app) {
+    const auto chosen = app.get_subcommands();
+    if (!chosen.empty()) {
+        return "see qdmctl " + chosen.front()->get_name() + " --help";
+    }
+    std::string names;
+    for (const Command& command : Commands()) {
+        names += (names.empty() ? "" : ", ") + std::string(command.name);
+    }
+    return "the commands are " + names + "; see qdmctl --help";
+}
+
+void AddOptions(CLI::App& sub, const Command& command, Options& options) {
+    for (const Flag& flag : Flags) {
+        if (!flag.changingOnly || command.changing) {
+            sub.add_flag(flag.name, options.*flag.target, flag.help);
+        }
+    }
+    sub.add_option("--device", options.devices,
+                   "only this port: device identifier, PCI address or WWPN; may be repeated")
+        ->type_name("DEVICE")
+        ->check(RefuseOption);
+    auto* repository = sub.add_option("--repo", options.repository,
+                                      command.needsRepository
+                                          ? "folder that holds the packages and their index.json"
+                                          : "accepted by every command; not read by this one");
+    repository->type_name("DIR")->required(command.needsRepository)->check(RefuseOption);
+    sub.add_option("--trace", options.traceFile, "append the debug trace to this file")
+        ->type_name("FILE")
+        ->check(RefuseOption);
+    CLI::Validator seconds = CLI::Range(1, 3600);
+    seconds.description("");
+    sub.add_option("--read-timeout", options.readTimeoutSeconds,
+                   "end a reading call of the adapter tool after so long (1 to 3600)")
+        ->check(seconds)
+        ->type_name("SECONDS")
+        ->capture_default_str();
+}
+
+/// Mistakes that the table of options cannot tell.
+std::string Contradiction(const Options& options) {
+    if (options.force && options.devices.empty()) {
+        return "--force needs --device: name each port whose version cannot be read";
+    }
+    return {};
+}
+
+CommandLine Finish(CLI::App& app, CommandLine line) {
+    for (const Command& command : Commands()) {
+        if (app.get_subcommand(command.name)->parsed()) {
+            line.options.command = &command;
+        }
+    }
+    line.text = Contradiction(line.options);
+    line.wrong = !line.text.empty();
+    line.proceed = !line.wrong;
+    line.hint = HelpHint(app);
+    return line;
+}
+
+}  // namespace
+
+CommandLine ParseCommandLine(int argc, const char* const* argv) {
+    CommandLine line;
+    CLI::App app(Purpose, "qdmctl");
+    app.set_version_flag("--version", std::string("qdmctl ") + QDMCTL_VERSION);
+    app.require_subcommand(1);
+    app.footer(ExitCodes);
+    for (const Command& command : Commands()) {
+        CLI::App* sub = app.add_subcommand(command.name, command.summary);
+        sub->set_version_flag("--version", std::string("qdmctl ") + QDMCTL_VERSION);
+        AddOptions(*sub, command, line.options);
+    }
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        const auto chosen = app.get_subcommands();
+        line.text = chosen.empty() ? app.help() : chosen.front()->help("qdmctl");
+        return line;
+    } catch (const CLI::CallForVersion& version) {
+        line.text = std::string(version.what()) + "\n";
+        return line;
+    } catch (const CLI::ParseError& error) {
+        line.wrong = true;
+        const std::string unknown = UnknownCommand(argc, argv);
+        line.text = unknown.empty() ? error.what() : unknown;
+        line.hint = HelpHint(app);
+        return line;
+    }
+    return Finish(app, std::move(line));
+}
+
+}  // namespace qdmctl

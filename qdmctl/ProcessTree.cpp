@@ -1,0 +1,106 @@
+#include "qdmctl/ProcessTree.h"
+
+#include "qdmctl/FileAccess.h"
+
+#include <dirent.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace qdmctl {
+namespace {
+
+struct Process {
+    pid_t pid = 0;
+    pid_t parent = 0;                ///< 0: the process is gone
+    unsigned long long started = 0;  ///< with the identifier, one process for good
+};
+
+Process Look(pid_t pid) {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    std::getline(stat, line);
+    // The program's name stands in parentheses and may hold anything, parentheses too.
+    const auto end = line.rfind(')');
+    if (end == std::string::npos) {
+        return {};
+    }
+    std::istringstream fields(line.substr(end + 1));
+    constexpr int betweenParentAndStart = 17;
+    Process process{pid, 0, 0};
+    std::string skipped;
+    fields >> skipped >> process.parent;
+    for (int i = 0; i < betweenParentAndStart; ++i) {
+        fields >> skipped;
+    }
+    fields >> process.started;
+    return fields ? process : Process{};
+}
+
+std::unordered_multimap<pid_t, Process> ChildrenByParent() {
+    std::unordered_multimap<pid_t, Process> children;
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir("/proc"), ::closedir);
+    if (!folder) {
+        return children;
+    }
+    while (const dirent* entry = ::readdir(folder.get())) {
+        char* end = nullptr;
+        const long pid = std::strtol(entry->d_name, &end, 10);
+        if (pid > 0 && *end == '\0') {
+            const Process process = Look(static_cast<pid_t>(pid));
+            children.emplace(process.parent, process);
+        }
+    }
+    return children;
+}
+
+std::vector<Process> DescendantsOf(pid_t ancestor) {
+    const auto children = ChildrenByParent();
+    std::vector<Process> found{Process{ancestor, 0, 0}};
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        const auto range = children.equal_range(found[i].pid);
+        for (auto child = range.first; child != range.second; ++child) {
+            found.push_back(child->second);
+        }
+    }
+    found.erase(found.begin());
+    return found;
+}
+
+/// The process may have ended meanwhile and its identifier be another's; the handle cannot.
+void End(const Process& process) {
+    const FileHandle handle(static_cast<int>(::syscall(SYS_pidfd_open, process.pid, 0)));
+    if (Look(process.pid).started != process.started) {
+        return;
+    }
+    if (handle.IsOpen()) {
+        ::syscall(SYS_pidfd_send_signal, handle.Get(), SIGKILL, nullptr, 0);
+    } else {
+        ::kill(process.pid, SIGKILL);  // a kernel without such handles
+    }
+}
+
+}  // namespace
+
+std::vector<pid_t> PidsBelow(pid_t ancestor) {
+    std::vector<pid_t> pids;
+    for (const Process& process : DescendantsOf(ancestor)) {
+        pids.push_back(process.pid);
+    }
+    return pids;
+}
+
+void EndDescendants(pid_t ancestor) {
+    for (const Process& process : DescendantsOf(ancestor)) {
+        End(process);
+    }
+}
+
+}  // namespace qdmctl

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "qdmctl/CallRecord.h"
+
+#include <string>
+
+namespace qdmctl {
+
+// What the provider's lines about a failure mean, in a person's words. Each is a part of a sentence
+// whose subject is the adapter tool ("it ended with an error") or that stands alone.
+
+/// Why the listing of the adapters failed.
+[[nodiscard]] std::string ReasonOfListing(const CallRecord& record);
+
+/// Why a port's attributes or the tool's own version could not be read.
+[[nodiscard]] std::string ReasonOfReading(const CallRecord& record);
+
+/// Why a step of an update failed.
+[[nodiscard]] std::string ReasonOfUpdate(const CallRecord& record);
+
+}  // namespace qdmctl

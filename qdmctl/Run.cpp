@@ -1,0 +1,131 @@
+#include "qdmctl/Run.h"
+
+#include "qdmctl/AnswerJson.h"
+#include "qdmctl/AnswerTable.h"
+#include "qdmctl/Command.h"
+#include "qdmctl/Options.h"
+#include "qdmctl/Worker.h"
+
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace qdmctl {
+namespace {
+
+constexpr char UnknownCommandSchema[] = "qdm.error/1";
+
+constexpr int LookMs = 100;
+constexpr int LooksAfterSignal = 10;
+
+bool SignalWaits() {
+    sigset_t waiting;
+    return ::sigpending(&waiting) == 0 &&
+           (::sigismember(&waiting, SIGINT) == 1 || ::sigismember(&waiting, SIGTERM) == 1 ||
+            ::sigismember(&waiting, SIGHUP) == 1);
+}
+
+/// Waits for a reader. False when it does not read and the user has asked for the end: signals are
+/// held back while an answer is on its way, so that it gets there whole.
+bool CanWrite(int descriptor) {
+    for (int looks = 0; looks < LooksAfterSignal; looks += SignalWaits() ? 1 : 0) {
+        pollfd entry{descriptor, POLLOUT, 0};
+        if (::poll(&entry, 1, LookMs) > 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Nothing is lost when nobody reads any more: the work is done, and the exit code still tells how.
+void Print(int descriptor, const std::string& text) {
+    for (std::size_t written = 0; written < text.size() && CanWrite(descriptor);) {
+        // A pipe with room at all takes so much without a wait.
+        const auto size = std::min<std::size_t>(text.size() - written, PIPE_BUF);
+        const ssize_t count = ::write(descriptor, text.data() + written, size);
+        if (count < 0 && errno != EINTR) {
+            return;
+        }
+        written += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+}
+
+TableStyle StyleOf(int descriptor) {
+    TableStyle style;
+    winsize size{};
+    const bool terminal = ::ioctl(descriptor, TIOCGWINSZ, &size) == 0;
+    style.width = terminal ? size.ws_col : 0;
+    const char* kind = std::getenv("TERM");
+    style.colour = terminal && std::getenv("NO_COLOR") == nullptr && kind != nullptr &&
+                   std::strcmp(kind, "dumb") != 0;
+    return style;
+}
+
+/// Errors of a run without a table go to standard error, where people look for them.
+void PrintAnswer(const Answer& answer, bool json) {
+    if (json) {
+        Print(STDOUT_FILENO, ToJson(answer));
+    } else if (answer.ports.empty()) {
+        Print(STDERR_FILENO, ErrorsToText(answer.errors, StyleOf(STDERR_FILENO)));
+    } else {
+        Print(STDOUT_FILENO, ToTable(answer, StyleOf(STDOUT_FILENO)));
+    }
+}
+
+Answer UsageAnswer(const char* schema, const std::string& message, const std::string& hint) {
+    Answer answer;
+    answer.schema = schema;
+    answer.result = Result::Failed;
+    answer.exitCode = ExitCodeOf(ErrorId::Usage);
+    answer.errors.push_back(MakeError(ErrorId::Usage, message, hint));
+    return answer;
+}
+
+/// The options are not known when the command line is wrong.
+bool AsksForJson(int argc, const char* const* argv) {
+    return std::any_of(argv, argv + argc,
+                       [](const char* word) { return std::strcmp(word, "--json") == 0; });
+}
+
+bool NobodyToAsk(const Options& options) {
+    return options.command->changing && !options.yes && !options.dryRun &&
+           ::isatty(STDIN_FILENO) == 0;
+}
+
+Answer Execute(const Options& options) {
+    if (NobodyToAsk(options)) {
+        return UsageAnswer(options.command->schema,
+                           "nobody can be asked here whether the server may be changed",
+                           "add --yes to go ahead without a question, or --dry-run to look only");
+    }
+    return RunInWorker(options);
+}
+
+}  // namespace
+
+int Run(int argc, const char* const* argv) {
+    std::signal(SIGPIPE, SIG_IGN);
+    const CommandLine line = ParseCommandLine(argc, argv);
+    if (line.proceed) {
+        const Answer answer = Execute(line.options);
+        PrintAnswer(answer, line.options.json);
+        return answer.exitCode;
+    }
+    if (!line.wrong) {
+        Print(STDOUT_FILENO, line.text);
+        return 0;
+    }
+    const Answer answer = UsageAnswer(UnknownCommandSchema, line.text, line.hint);
+    PrintAnswer(answer, AsksForJson(argc, argv));
+    return answer.exitCode;
+}
+
+}  // namespace qdmctl

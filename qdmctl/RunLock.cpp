@@ -1,0 +1,91 @@
+#include "qdmctl/RunLock.h"
+
+#include <unistd.h>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+
+namespace qdmctl {
+namespace {
+
+constexpr char ChangeLockFile[] = "/qdmctl.lock";
+constexpr char ReadLockFile[] = "/qdmctl-read.lock";
+constexpr long ShortWaitMs = 100;
+
+std::string HolderNote(const std::string& purpose) {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    ::localtime_r(&now, &local);
+    char since[32];
+    std::strftime(since, sizeof since, "%Y-%m-%d %H:%M:%S", &local);
+    return "qdmctl " + purpose + " (process " + std::to_string(::getpid()) + ", since " + since +
+           ")";
+}
+
+/// The note is for people; a lock without one still holds.
+void WriteNote(int descriptor, const std::string& note) {
+    if (::ftruncate(descriptor, 0) != 0 || ::pwrite(descriptor, note.data(), note.size(), 0) < 0) {
+        return;
+    }
+}
+
+std::string ReadNote(const std::string& file) {
+    std::ifstream stream(file);
+    std::string note;
+    std::getline(stream, note);
+    return note.empty() ? "another changing run" : note;
+}
+
+}  // namespace
+
+RunLock::Result RunLock::Fail(const std::string& file) {
+    diskFull = errno == ENOSPC || errno == EDQUOT;
+    text = "cannot lock " + file + ": " + std::strerror(errno);
+    return Result::Failed;
+}
+
+RunLock::Result RunLock::AcquireChanging(const std::string& root, const std::string& purpose,
+                                         const std::function<bool()>& stopped) {
+    const std::string file = root + ChangeLockFile;
+    while (!stopped()) {
+        const auto locked = change.Lock(file, FileLock::Mode::Exclusive, ShortWaitMs);
+        if (locked == FileLock::Result::Locked) {
+            WriteNote(change.Descriptor(), HolderNote(purpose));
+            return Result::Held;
+        }
+        if (locked == FileLock::Result::Failed) {
+            return Fail(file);
+        }
+        // Shared is free only when none but reading runs are in the way; those end soon.
+        FileLock probe;
+        if (probe.Lock(file, FileLock::Mode::Shared, 0) == FileLock::Result::Busy) {
+            text = ReadNote(file);
+            return Result::Busy;
+        }
+    }
+    return Result::Stopped;
+}
+
+RunLock::Result RunLock::AcquireReading(const std::string& root,
+                                        const std::function<bool()>& stopped) {
+    const std::string changeFile = root + ChangeLockFile;
+    const auto shared = change.Lock(changeFile, FileLock::Mode::Shared, 0);
+    if (shared == FileLock::Result::Busy) {
+        text = ReadNote(changeFile);
+        return Result::Busy;
+    }
+    if (shared == FileLock::Result::Failed) {
+        return Fail(changeFile);
+    }
+    const std::string readFile = root + ReadLockFile;
+    while (!stopped()) {
+        const auto alone = read.Lock(readFile, FileLock::Mode::Exclusive, ShortWaitMs);
+        if (alone != FileLock::Result::Busy) {
+            return alone == FileLock::Result::Locked ? Result::Held : Fail(readFile);
+        }
+    }
+    return Result::Stopped;
+}
+
+}  // namespace qdmctl

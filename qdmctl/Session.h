@@ -1,0 +1,110 @@
+#pragma once
+
+#include "qdmctl/Answer.h"
+#include "qdmctl/CacheGuard.h"
+#include "qdmctl/CallRecord.h"
+#include "qdmctl/Console.h"
+#include "qdmctl/Descriptor.h"
+#include "qdmctl/Discovery.h"
+#include "qdmctl/Options.h"
+#include "qdmctl/ProviderLibrary.h"
+#include "qdmctl/RunLock.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace qdmctl {
+
+/// One port of a run: what the kernel shows, the provider's object for it, and what the answer
+/// tells.
+struct PortSession {
+    DiscoveredPort found;
+    ProviderLibrary::Vendor vendor;
+    Port view;
+    bool usable = false;  ///< linked and identified; else the answer holds the reason
+};
+
+/// What every command needs before it can do its own work: the lock, the provider, and the ports
+/// that the user chose, linked and read. Each step adds its errors to the answer and returns
+/// whether to go on.
+class Session {
+public:
+    Session(const Options& options, Console& console, Answer& answer);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    /// Rights, work area, lock, descriptor, provider library, the chosen ports.
+    [[nodiscard]] bool Open();
+
+    /// Links every chosen port and identifies it. False when the adapter tool is missing or lists
+    /// nothing, so that no port can be used.
+    [[nodiscard]] bool Link();
+
+    /// Fills the versions of the usable ones among these ports; a port that the tool does not
+    /// answer for gets an error.
+    void ReadVersions(const std::vector<PortSession*>& wanted);
+
+    /// Whether the user wants to stop; the answer tells it once.
+    bool Stopped();
+
+    /// Copies the ports' views into the answer.
+    void Publish();
+
+    std::vector<PortSession>& Ports() { return ports; }
+    std::vector<PortSession*> AllPorts();
+    const std::string& Root() const { return root; }
+    /// A private folder of this run below the work area, made anew; empty when that failed.
+    [[nodiscard]] std::string ScratchFolder(const std::string& name);
+
+    /// A step that only reads, with its deadline.
+    Step ReadingStep(const std::string& phase, const PortSession* port) const;
+
+    /// Runs one call of the provider as a reading step. False when the step's time was over, so
+    /// that the tool was ended.
+    bool Reading(const Step& step, const std::function<void()>& call);
+
+    void AddError(ErrorId id, const std::string& message, const std::string& hint,
+                  const PortSession* port = nullptr);
+
+    /// An error of one port with what the provider said about it.
+    void AddPortError(ErrorId id, const PortSession& port, const std::string& message,
+                      const std::string& hint, const CallRecord& record,
+                      const std::string& kind = {});
+
+    const Options& options;
+    Console& console;
+    Answer& answer;
+
+private:
+    bool CheckRights();
+    bool CheckWorkArea();
+    bool TakeLock();
+    bool LoadProvider();
+    bool FindPorts();
+    bool KeepChosen(const std::vector<std::string>& wanted, bool byWwpn);
+    bool MakeVendor(PortSession& port);
+    bool LinkPort(PortSession& port);
+    bool ListAdapters(PortSession& port);
+    void Identify(PortSession& port, const CallRecord& record);
+    bool ToolPresent();
+    bool ReadPortVersions(PortSession& port);
+    bool ReadAttributes(PortSession& port, const CallRecord& record);
+    void ReadUtility(PortSession& port);
+    void ReadUtility(PortSession& port, CUtility& utility);
+    void TellUtilityFailure(const std::string& reason);
+    static void ForgetDoubtful(PortSession& port);
+    void ReadBootBios(const std::vector<PortSession*>& read);
+
+    std::string root;
+    RunLock lock;
+    CacheGuard caches;
+    Descriptor descriptor;
+    ProviderLibrary library;  // outlives the vendor objects of `ports`
+    std::vector<PortSession> ports;
+    bool listedAgain = false;    // for a port that the first listing did not show
+    bool utilityFailed = false;  // told once, for it is the server's and no port's
+};
+
+}  // namespace qdmctl

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "qdmctl/JsonFields.h"
+
+#include <string>
+
+namespace qdmctl {
+
+/// A path that stays below the folder that it is taken from: parts of [A-Za-z0-9._+-] separated by
+/// "/", none empty or made of dots alone. With `wildcards` also "*" and "?".
+[[nodiscard]] bool IsRelativePath(const std::string& text, bool wildcards = false);
+
+/// "util", "firm" or "driver".
+[[nodiscard]] bool IsModuleKind(const std::string& text);
+
+/// Letters, digits, "_", "." and "-", at most 64.
+[[nodiscard]] bool IsWord(const std::string& text);
+
+[[nodiscard]] bool IsLowerHex(const std::string& text, std::size_t digits);
+
+/// A printable text of one line, at most 64 characters of ASCII.
+[[nodiscard]] bool IsLabel(const std::string& text);
+
+inline constexpr TextForm wordForm = {IsWord, "1 to 64 letters, digits, \"_\", \".\" and \"-\""};
+inline constexpr TextForm labelForm = {IsLabel, "1 to 64 printable characters"};
+inline constexpr TextForm kindForm = {IsModuleKind, "\"util\", \"firm\" or \"driver\""};
+
+}  // namespace qdmctl

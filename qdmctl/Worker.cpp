@@ -1,0 +1,149 @@
+#include "qdmctl/Worker.h"
+
+#include "host/ComLib/Pauses.h"
+#include "host/DllCommon/TraceSink.h"
+#include "qdmctl/AnswerJson.h"
+#include "qdmctl/Command.h"
+#include "qdmctl/Console.h"
+#include "qdmctl/Front.h"
+#include "qdmctl/Options.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <csignal>
+#include <cstring>
+#include <exception>
+
+namespace qdmctl {
+namespace {
+
+/// The front process wants the worker to wind up; what the provider waits for does not come any
+/// more.
+void OnWindUp(int) {
+    EndPauses();
+}
+
+void SetSignals() {
+    struct sigaction windUp {};
+    windUp.sa_handler = OnWindUp;
+    ::sigaction(SIGUSR1, &windUp, nullptr);
+    std::signal(SIGPIPE, SIG_DFL);  // tools expect it
+    // The front process takes these; one that is sent to both must not end what is being changed.
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        std::signal(number, SIG_IGN);
+    }
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/// Errors are not fatal here: the streams may not exist at all, and nothing depends on them.
+void Redirect(const std::string& traceFile) {
+    const char* output = traceFile.empty() ? "/dev/null" : traceFile.c_str();
+    const int in = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const int out = ::open(output, O_WRONLY | O_APPEND | O_CLOEXEC);
+    ::dup2(in, STDIN_FILENO);
+    ::dup2(out, STDOUT_FILENO);
+    ::dup2(out, STDERR_FILENO);
+}
+
+Answer Failure(const Options& options, Error error) {
+    Answer answer;
+    answer.hasComponents = options.command->needsRepository;
+    answer.errors.push_back(std::move(error));
+    return answer;
+}
+
+Answer RunCommand(const Options& options, Channel& channel) {
+    const std::string refusal =
+        options.traceFile.empty() ? TraceEnvironmentRefusal() : OpenTraceFile(options.traceFile);
+    if (!refusal.empty()) {
+        return Failure(options, MakeError(ErrorId::Usage, "no trace can be written: " + refusal,
+                                          "name a file that root can write"));
+    }
+    Redirect(options.traceFile);
+    Console console(channel);
+    try {
+        return options.command->run(options, console);
+    } catch (const std::exception& exception) {
+        return Failure(options,
+                       MakeError(ErrorId::Internal, exception.what(),
+                                 "run the command again with --trace FILE and report the trace"));
+    }
+}
+
+void Conclude(Answer& answer, const Options& options) {
+    answer.schema = options.command->schema;
+    const Conclusion conclusion = ResultOf(answer);
+    answer.result = conclusion.result;
+    answer.exitCode = conclusion.exitCode;
+}
+
+Answer AnswerOf(Front& front, const Options& options) {
+    auto told = front.Run();
+    if (told && !front.WorkerLost()) {
+        return *told;
+    }
+    Answer answer = told.value_or(Answer{});
+    answer.hasComponents = options.command->needsRepository;
+    if (front.Interrupted()) {
+        answer.errors.push_back(MakeError(ErrorId::Interrupted, "the run was ended by the user",
+                                          "nothing was being changed at that moment"));
+    } else if (front.ChangingStepRuns()) {
+        answer.errors.push_back(MakeError(
+            ErrorId::Internal, "the worker process was ended while it changed the server",
+            "what it had started may still be at work: do not power off, wait until no hbacmd "
+            "runs any more, then look with qdmctl list"));
+    } else {
+        answer.errors.push_back(
+            MakeError(ErrorId::Internal, "the worker process ended without an answer",
+                      "what it had done until then is told; look with qdmctl list before the "
+                      "update is repeated"));
+    }
+    return answer;
+}
+
+}  // namespace
+
+void RunWorker(const Options& options, Channel& channel) {
+    ::setsid();
+    SetSignals();
+    Answer answer = RunCommand(options, channel);
+    Conclude(answer, options);
+    channel.Send(FrameType::Answer, ToJson(answer));
+}
+
+Answer RunInWorker(const Options& options) {
+    BlockEndingSignals();
+    int ends[2] = {-1, -1};
+    pid_t worker = -1;
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0) {
+        worker = ::fork();
+    }
+    Channel front(ends[0]);
+    if (worker == 0) {
+        {
+            ::close(ends[0]);
+            Channel channel(ends[1]);
+            RunWorker(options, channel);
+        }
+        std::_Exit(0);
+    }
+    Answer answer;
+    if (worker < 0) {
+        answer =
+            Failure(options, MakeError(ErrorId::Internal,
+                                       std::string("no worker process: ") + std::strerror(errno),
+                                       "free some memory or processes and try again"));
+        ::close(ends[1]);
+    } else {
+        ::close(ends[1]);
+        Front watch(front, worker);
+        answer = AnswerOf(watch, options);
+    }
+    Conclude(answer, options);
+    return answer;
+}
+
+}  // namespace qdmctl
