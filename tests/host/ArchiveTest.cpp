@@ -1,0 +1,202 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "host/CUnzip_Utility.h"
+#include "host/ComLib/Archive.h"
+#include "tests/host/HostFixture.h"
+#include "tests/host/ZipSample.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+const std::vector<ZipMember> kSound = {
+    {"firm/", "", {}, 040755}, {"firm/a.grp", "image", {}, 0104755}, {"message.txt", "text", {}}};
+
+/// Unpacks `folder`/sample.zip into `target`.
+bool Unpack(const std::string& folder, const std::string& target, const Names& files = {},
+            std::string* detail = nullptr) {
+    std::list<std::string> wanted(files.begin(), files.end());
+    return CUnzip_Utility::UpdateModuleUnzip(folder + "/sample.zip", &wanted, target, detail,
+                                             "test");
+}
+
+/// A new folder with an archive and an empty folder "in".
+std::string FolderWith(const std::string& bytes) {
+    std::string folder = NewFolder();
+    WriteText(folder + "/sample.zip", bytes);
+    std::filesystem::create_directory(folder + "/in");
+    return folder;
+}
+
+void ExpectRefused(const std::string& bytes) {
+    const std::string folder = FolderWith(bytes);
+    std::string detail;
+    EXPECT_FALSE(Unpack(folder, folder + "/in", {}, &detail));
+    EXPECT_EQ(EntriesOf(folder), (Names{"in", "sample.zip"}));
+    EXPECT_FALSE(detail.empty());
+    EXPECT_EQ(detail.find('\n'), std::string::npos) << detail;
+}
+
+/// Limits no write of this process beyond that many bytes of a file, as a full disk would.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) : handler(signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &before);
+        rlimit now = before;
+        now.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &now);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &before);
+        signal(SIGXFSZ, handler);
+    }
+
+private:
+    void (*handler)(int);
+    rlimit before = {};
+};
+
+}  // namespace
+
+TEST(Archive, UnpacksAllOrWhatIsNamed) {
+    const std::pair<Names, Names> rows[] = {{{}, {"firm", "firm/a.grp", "message.txt"}},
+                                            {{"message.txt"}, {"message.txt"}},
+                                            {{"firm/a.grp"}, {"firm", "firm/a.grp"}},
+                                            {{"message.txt", "b.prg"}, {}},
+                                            {{"firm"}, {}}};
+    for (const auto& [files, after] : rows) {
+        SCOPED_TRACE(::testing::PrintToString(files));
+        const std::string folder = FolderWith(ZipBytes(kSound));
+        std::string detail;
+        EXPECT_EQ(Unpack(folder, folder + "/in", files, &detail), !after.empty()) << detail;
+        EXPECT_EQ(EntriesOf(folder + "/in"), after);
+        EXPECT_EQ(detail.empty(), !after.empty());
+    }
+}
+
+TEST(Archive, ModesOfTheArchiveAreNotTakenOver) {
+    const std::string folder = FolderWith(ZipBytes(kSound));
+    ASSERT_TRUE(CUnzip_Utility::UpdateModuleUnzip(folder + "/sample.zip", nullptr, folder, nullptr,
+                                                  "test"));
+    struct stat status = {};
+    ASSERT_EQ(stat((folder + "/firm/a.grp").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600U);
+    EXPECT_EQ(ReadText(folder + "/firm/a.grp"), "image");
+}
+
+const ZipMember kGood{"good.txt", "good", {}};
+
+TEST(Archive, HostileNamesAreRefusedBeforeAnythingIsWritten) {
+    Names names = {
+        "../x",         "a/../../x", "a/..",     "./x",      "/tmp/x",     "a//b",
+        "..\\x",        "$(id).grp", "a\".grp",  "a;b.grp",  "a b",        "a\nb",
+        "\xc3\xa4.grp", "",          "good.txt", "GOOD.txt", "good.txt/x", "1/2/3/4/5/6/7/8/9/x"};
+    names.emplace_back("a.txt\0.grp", 10);
+    names.emplace_back(129, 'a');
+    names.emplace_back(2000, 'a');
+    for (const std::string& name : names) {
+        SCOPED_TRACE(name);
+        ExpectRefused(ZipBytes({kGood, {name, "x", {}}}));
+    }
+}
+
+TEST(Archive, HostileArchivesAreRefusedBeforeAnythingIsWritten) {
+    const ZipMember x{"x", "x", {}};
+    const auto with = [&](const ZipMember& member) { return ZipBytes({kGood, member}); };
+    const std::pair<const char*, std::string> rows[] = {
+        {"no archive", "#!/bin/sh\n"},
+        {"empty file", ""},
+        {"folder over a file", with({"good.txt/", "", {}, 040755})},
+        {"case twins of folders", ZipBytes({{"a/x", "x", {}}, {"A/y", "y", {}}})},
+        {"symbolic link", with({"link", "/etc/passwd", {}, 0120777})},
+        {"device", with({"disk", "", {}, 060600})},
+        {"pipe", with({"pipe", "", {}, 010600})},
+        {"folder with content", with({"dir/", "x", {}, 040755})},
+        {"encrypted", with({"x", "x", {}, 0100644, 0, 1})},
+        {"other packing method", with({"x", "x", {}, 0100644, 12})},
+        {"wrong check sum", with({"x", "x", {}, 0100644, 0, 0, {}, true})},
+        {"content longer than told", with({"x", "xy", {}, 0100644, 0, 0, "x"})},
+        {"damaged content", with({"x", "\xff\xff", {}, 0100644, 8})},
+        {"two names", with({"x", "x", "y"})},
+        {"bomb", with(Bomb("zeros"))},
+        {"bytes in front", ZipBytes({kGood}, {"#!/bin/sh\n", "", "", ""})},
+        {"bytes between", ZipBytes({kGood, x}, {"", "hidden", "", ""})},
+        {"comment", ZipBytes({kGood}, {"", "", "comment", ""})},
+        {"bytes behind", ZipBytes({kGood}, {"", "", "", "x"})},
+        {"member not told", ZipBytes({kGood, x}, {"", "", "", "", -1})},
+        {"member too many told", ZipBytes({kGood}, {"", "", "", "", 1})},
+    };
+    for (const auto& [what, bytes] : rows) {
+        SCOPED_TRACE(what);
+        ExpectRefused(bytes);
+    }
+}
+
+TEST(Archive, Limits) {
+    const std::string file = NewFolder() + "/sample.zip";
+    WriteText(file, ZipBytes({{"a", "12345", {}}, {"b/c/d", "67890", {}}}));
+    const std::pair<ArchiveLimits, bool> rows[] = {{{2, 10, 1, 2}, true},
+                                                   {{1, 10, 1, 2}, false},
+                                                   {{2, 9, 1, 2}, false},
+                                                   {{2, 10, 1, 1}, false}};
+    for (const auto& [limits, sound] : rows) {
+        const ArchiveListing listing = InspectArchive(file, limits);
+        EXPECT_EQ(listing.refusal.empty(), sound) << listing.refusal;
+        EXPECT_EQ(listing.members.size(), sound ? 2U : 0U);
+    }
+    EXPECT_EQ(ReadArchiveMember(file, "b/c/d", 5), "67890");
+    EXPECT_EQ(ReadArchiveMember(file, "b/c/d", 4), std::nullopt);
+    EXPECT_EQ(ReadArchiveMember(file, "b/c", 5), std::nullopt);
+}
+
+TEST(Archive, EveryTruncationIsRefusedAndNoDamagedByteChangesNames) {
+    const std::string file = NewFolder() + "/sample.zip";
+    const std::string bytes = ZipBytes(kSound);
+    for (std::size_t size = 0; size < bytes.size(); ++size) {
+        WriteText(file, bytes.substr(0, size));
+        ASSERT_FALSE(InspectArchive(file).refusal.empty()) << size;
+    }
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        std::string damaged = bytes;
+        damaged[at] = static_cast<char>(damaged[at] ^ 0xff);
+        WriteText(file, damaged);
+        const ArchiveListing listing = InspectArchive(file);
+        if (listing.refusal.empty()) {
+            ASSERT_EQ(listing.members.size(), 3U) << at;
+            ASSERT_EQ(listing.members[1].name, "firm/a.grp") << at;
+            ASSERT_EQ(listing.members[1].bytes, 5U) << at;
+        }
+    }
+}
+
+TEST(Archive, FullDiskLeavesNothingBehind) {
+    const std::string folder =
+        FolderWith(ZipBytes({{"a/small", "x", {}}, {"a/b/large", std::string(5000, 'x'), {}}}));
+    std::string detail;
+    bool unpacked = true;
+    {
+        const FileSizeLimit limit(1000);
+        unpacked = Unpack(folder, folder + "/in", {}, &detail);
+    }
+    EXPECT_FALSE(unpacked);
+    EXPECT_NE(detail.find("a/b/large: cannot be written"), std::string::npos) << detail;
+    EXPECT_EQ(EntriesOf(folder), (Names{"in", "sample.zip"}));
+}
+
+TEST(Archive, FollowsNoLinkAndReplacesNothing) {
+    const std::string folder = FolderWith(ZipBytes({{"new", "x", {}}, {"sub/file", "x", {}}}));
+    std::filesystem::create_directories(folder + "/outside");
+    std::filesystem::create_symlink(folder + "/outside", folder + "/in/sub");
+    EXPECT_FALSE(Unpack(folder, folder + "/in"));
+    EXPECT_FALSE(Unpack(folder, folder + "/in/sub")) << "a link in the folder's place";
+    EXPECT_EQ(EntriesOf(folder), (Names{"in", "in/sub", "outside", "sample.zip"}));
+    WriteText(folder + "/outside/new", "kept");
+    EXPECT_FALSE(Unpack(folder, folder + "/outside"));
+    EXPECT_EQ(ReadText(folder + "/outside/new"), "kept");
+}

@@ -1,0 +1,156 @@
+"""The table of docs/failures.md, row by row, held against what happens in the lab."""
+
+import json
+import re
+import time
+
+import jsonschema
+import pytest
+from conftest import REPOSITORY, SERVERS, Lab
+
+ROOT = "/opt/velmora/qdm/provider"
+MOST_BYTES = 4 << 20  # of all files that a run may leave or hold below the install root
+
+
+def rows():
+    text = (REPOSITORY / "docs" / "failures.md").read_text(encoding="utf-8")
+    lines = [line for line in text.splitlines() if line.startswith("| `")]
+    return [[cell.strip().replace("`", "") for cell in line.strip("|").split("|")]
+            for line in lines]
+
+
+pytestmark = pytest.mark.slow
+
+ROWS = rows()
+ENDLESS = [row for row in ROWS if row[3] == "runs on"]
+ENDING = [row for row in ROWS if row[3] != "runs on"]
+
+
+class Server:
+    """Two ports, 16 and 8 Gbit, and for each update a package that is newer than the last."""
+
+    def __init__(self, folder):
+        server = json.loads((SERVERS / "default.json").read_text())
+        server["adapters"] = server["adapters"][:2]
+        server["adapters"][0]["ports"] = server["adapters"][0]["ports"][:1]
+        server["tool"]["download_ms"] = 10
+        (folder / "server.json").write_text(json.dumps(server))
+        self.lab = Lab(folder / "lab", "--server", folder / "server.json")
+        self.number = 0
+
+    def offer(self):
+        self.number += 1
+        for old in self.lab.repo.glob("*.zip"):
+            old.unlink()
+        self.lab.package("fcelx_16g", f"11.2.156.{100 + self.number}")
+        self.lab.package("fcelx_8g1p", f"{3 + self.number // 10}.1{self.number % 10}a5")
+        self.lab.repository()
+
+    def command(self, words):
+        update = ["update", "--repo", "/repo", "--yes"]
+        return [*(["list"] if words == "list" else update), "--read-timeout", "1"]
+
+    def bytes_used(self):
+        """Disk space of the files that the product writes, in bytes."""
+        files = [file.stat() for file in self.lab.inside(ROOT).rglob("tmp/*/**/*")]
+        return sum(state.st_blocks * 512 for state in files)
+
+
+@pytest.fixture(scope="module")
+def server(tmp_path_factory):
+    return Server(tmp_path_factory.mktemp("failures"))
+
+
+def told_errors(answer):
+    told = [" ".join(str(error[key]) for key in ("id", "last_error", "message_id") if key in error)
+            for error in answer.json["errors"]]
+    return "; ".join(dict.fromkeys(told)) or "-"
+
+
+def told_outcome(port):
+    if port.get("components"):
+        return port["components"][0]["outcome"]
+    return "read" if port["versions"]["firmware"] else "not read"
+
+
+def check_errors(answer, says, running):
+    """Every error says what to do, and of a port that was flashed what it runs now."""
+    devices = [port["device_id"] for port in answer.json["ports"]]
+    for error in answer.json["errors"]:
+        assert len(error["hint"].split()) > 5 and len(error["message"].split()) > 5
+        reports = re.search("the port now reports (.*)", error["message"])
+        assert reports is None or reports[1] == running[devices.index(error["device_id"])]
+        if error["id"] in ("update-failed", "not-confirmed"):
+            assert reports or "cannot be read now" in error["message"]
+            assert error["device_id"] in devices
+        assert ROOT not in error["message"], "no paths and lines of the trace"
+    assert says == "-" or any(says in error["message"] for error in answer.json["errors"])
+
+
+def check_state(answer, running):
+    """What is told as updated runs; a version that is told is the true one."""
+    for port, true in zip(answer.json["ports"], running):
+        assert port["versions"]["firmware"] in (None, true)
+        for component in port.get("components", []):
+            assert component["outcome"] != "updated" or component["offered"] == true
+
+
+def name(row):
+    return " ".join(row[:3])
+
+
+@pytest.mark.parametrize("row", ENDING, ids=name)
+def test_run_ends_as_documented(server, row):
+    fault, verb, command, result, code, errors, outcome, says = row
+    lab = server.lab
+    for file in lab.inside(f"{ROOT}/tmp/EMULEX/cache").glob("*"):
+        file.unlink()
+    if command != "list":
+        server.offer()
+    if command == "update after list":
+        lab.qdmctl("list")
+    lab.fault(verb, *fault.replace("delay", "delay 100").split())
+    answer = lab.qdmctl(*server.command(command))
+    lab.fault("--clear")
+    state = lab.show()
+
+    told = (answer.json["result"], str(answer.exit_code), told_errors(answer),
+            ", ".join(map(told_outcome, answer.json["ports"])))
+    assert told == (result, code, errors, outcome), answer
+    schema = REPOSITORY / f"qdmctl/schemas/{answer.json['schema'].replace('/', '.')}.schema.json"
+    jsonschema.validate(answer.json, json.loads(schema.read_text()))
+    running = [one["running"]["firmware"].split(" ")[0] for one in state["adapters"]]
+    check_errors(answer, says, running)
+    check_state(answer, running)
+    assert state["processes"] == [] and server.bytes_used() < MOST_BYTES
+
+    again = lab.qdmctl("list")
+    assert again.exit_code == 0, again
+    assert [port["versions"]["firmware"] for port in again.json["ports"]] == running
+    assert all(None not in port["versions"].values() for port in again.json["ports"])
+
+
+@pytest.mark.parametrize("row", ENDLESS, ids=name)
+def test_flash_that_never_ends_is_left_alone(server, row):
+    fault, verb, command = row[:3]
+    lab = server.lab
+    server.offer()
+    before = len(lab.calls(verb))
+    lab.fault(verb, fault)
+    process = lab.start("qdmctl", *server.command(command), "--json")
+    while len(lab.calls(verb)) == before:
+        time.sleep(0.05)
+    lab.fault("--clear")
+    written = 0
+    for _ in range(8):
+        time.sleep(0.25)
+        written = max(written, server.bytes_used())
+    process.terminate()
+    time.sleep(0.5)
+    assert process.poll() is None, "the run waits for the flash"
+    assert any("hbacmd" in str(one) for one in lab.show()["processes"]), "the flash is not ended"
+    assert written < MOST_BYTES
+    lab.reboot()
+    _, said = process.communicate(timeout=30)
+    assert row[7] in said
+    assert lab.qdmctl("list").exit_code == 0
