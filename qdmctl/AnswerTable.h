@@ -1,15 +1,11 @@
 #pragma once
 
 #include "qdmctl/Answer.h"
+#include "qdmctl/TableText.h"
 
 #include <string>
 
 namespace qdmctl {
-
-struct TableStyle {
-    unsigned width = 80;  ///< columns of the terminal; 0: no limit
-    bool colour = false;
-};
 
 /// The answer for people. One row a port, or one row a component where the answer has components;
 /// a row that is too wide continues on indented lines. Errors follow with their hints. Control

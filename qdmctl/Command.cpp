@@ -5,11 +5,11 @@ namespace qdmctl {
 const std::vector<Command>& Commands() {
     static const std::vector<Command> commands = {
         {"list", "show the adapter ports of this server with their versions", "qdm.list/1", false,
-         false, RunList},
+         false, DeviceFilter, RunList},
         {"check", "compare the ports with the packages of a repository", "qdm.check/1", true, false,
-         RunCheck},
+         DeviceFilter, RunCheck},
         {"update", "bring the ports to the versions of a repository", "qdm.update/1", true, true,
-         RunUpdate},
+         DeviceFilter | Confirmation | UpdateChoice, RunUpdate},
     };
     return commands;
 }

@@ -8,13 +8,24 @@ struct Answer;
 struct Options;
 class Console;
 
+/// Options that only some commands take; a command's are a sum of these.
+enum OptionSet : unsigned {
+    NoOptions = 0,
+    DeviceFilter = 1,   ///< --device, for some ports among all
+    Confirmation = 2,   ///< --yes and --dry-run: the command asks before it changes the server
+    UpdateChoice = 4,   ///< --allow-older and --force
+    OneDevice = 8,      ///< the name of one port, without which there is nothing to tell
+    OutputFolder = 16,  ///< --output, required
+};
+
 /// One command of the program. Commands run in a worker process and return plain values.
 struct Command {
     const char* name;
     const char* summary;
     const char* schema;  ///< of its answer
     bool needsRepository;
-    bool changing;  ///< takes the options that steer an update
+    bool changing;  ///< keeps all other runs out
+    unsigned options;
     Answer (*run)(const Options& options, Console& console);
 };
 

@@ -23,18 +23,20 @@ struct Flag {
     const char* name;
     bool Options::*target;
     const char* help;
-    bool changingOnly;
+    unsigned set;  ///< of commands that take it; NoOptions: all
 };
 
 constexpr Flag Flags[] = {
-    {"--json", &Options::json, "answer as one JSON object", false},
-    {"--dry-run", &Options::dryRun, "show what would be done and change nothing", true},
-    {"--yes,-y", &Options::yes, "do not ask before the server is changed", true},
+    {"--json", &Options::json, "answer as one JSON object", NoOptions},
+    {"--dry-run", &Options::dryRun, "show what would be done and change nothing", Confirmation},
+    {"--yes,-y", &Options::yes, "do not ask before the server is changed", Confirmation},
     {"--allow-older", &Options::allowOlder, "also install packages older than what is installed",
-     true},
+     UpdateChoice},
     {"--force", &Options::force, "also update a port whose version cannot be read; needs --device",
-     true},
+     UpdateChoice},
 };
+
+constexpr char NamesOfPort[] = "device identifier, PCI address or WWPN";
 
 /// CLI11 takes the next word as the value even where that is an option.
 std::string RefuseOption(const std::string& value) {
@@ -65,21 +67,43 @@ std::string HelpHint(const CLI::App& app) {
     return "the commands are " + names + "; see qdmctl --help";
 }
 
+void AddDevices(CLI::App& sub, const Command& command, Options& options) {
+    if ((command.options & OneDevice) != 0) {
+        sub.add_option("DEVICE", options.devices, std::string("the port: ") + NamesOfPort)
+            ->required()
+            ->expected(1);
+    }
+    if ((command.options & DeviceFilter) != 0) {
+        sub.add_option("--device", options.devices,
+                       std::string("only this port: ") + NamesOfPort + "; may be repeated")
+            ->type_name("DEVICE")
+            ->check(RefuseOption);
+    }
+}
+
+void AddFolders(CLI::App& sub, const Command& command, Options& options) {
+    sub.add_option("--repo", options.repository,
+                   command.needsRepository ? "folder that holds the packages and their index.json"
+                                           : "accepted by every command; not read by this one")
+        ->type_name("DIR")
+        ->required(command.needsRepository)
+        ->check(RefuseOption);
+    if ((command.options & OutputFolder) != 0) {
+        sub.add_option("--output", options.output, "folder for the report; made when it is missing")
+            ->type_name("DIR")
+            ->required()
+            ->check(RefuseOption);
+    }
+}
+
 void AddOptions(CLI::App& sub, const Command& command, Options& options) {
     for (const Flag& flag : Flags) {
-        if (!flag.changingOnly || command.changing) {
+        if (flag.set == NoOptions || (flag.set & command.options) != 0) {
             sub.add_flag(flag.name, options.*flag.target, flag.help);
         }
     }
-    sub.add_option("--device", options.devices,
-                   "only this port: device identifier, PCI address or WWPN; may be repeated")
-        ->type_name("DEVICE")
-        ->check(RefuseOption);
-    auto* repository = sub.add_option("--repo", options.repository,
-                                      command.needsRepository
-                                          ? "folder that holds the packages and their index.json"
-                                          : "accepted by every command; not read by this one");
-    repository->type_name("DIR")->required(command.needsRepository)->check(RefuseOption);
+    AddDevices(sub, command, options);
+    AddFolders(sub, command, options);
     sub.add_option("--trace", options.traceFile, "append the debug trace to this file")
         ->type_name("FILE")
         ->check(RefuseOption);

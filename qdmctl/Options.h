@@ -11,6 +11,7 @@ struct Command;
 struct Options {
     const Command* command = nullptr;
     std::string repository;  ///< folder with index.json
+    std::string output;      ///< folder for what the command writes
     std::string traceFile;
     std::vector<std::string> devices;  ///< empty: all ports
     bool json = false;

@@ -96,7 +96,7 @@ bool AsksForJson(int argc, const char* const* argv) {
 }
 
 bool NobodyToAsk(const Options& options) {
-    return options.command->changing && !options.yes && !options.dryRun &&
+    return (options.command->options & Confirmation) != 0 && !options.yes && !options.dryRun &&
            ::isatty(STDIN_FILENO) == 0;
 }
 
