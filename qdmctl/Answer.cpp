@@ -11,35 +11,6 @@ namespace {
 constexpr int exitFailed = 1;
 constexpr int exitSomeFailed = 4;
 
-struct ErrorKind {
-    std::string_view name;
-    int exitCode;
-};
-
-/// In the order of ErrorId.
-constexpr ErrorKind errorKinds[] = {
-    {"usage", 2},
-    {"not-root", 9},
-    {"busy", 7},
-    {"no-adapter", 3},
-    {"no-device", 3},
-    {"tool-missing", exitFailed},
-    {"tool-failed", exitFailed},
-    {"listing-failed", exitFailed},
-    {"index-missing", 8},
-    {"index-invalid", 8},
-    {"package-missing", 8},
-    {"package-damaged", 8},
-    {"package-unsuitable", 8},
-    {"work-area", exitFailed},
-    {"disk-full", exitFailed},
-    {"update-failed", exitFailed},
-    {"not-confirmed", exitFailed},
-    {"interrupted", exitFailed},
-    {"internal", exitFailed},
-};
-static_assert(std::size(errorKinds) == static_cast<std::size_t>(ErrorId::Internal) + 1);
-
 constexpr std::string_view verdictNames[] = {"newer",      "same",         "older",
                                              "unreadable", "incomparable", "none"};
 constexpr std::string_view outcomeNames[] = {"updated",    "pending", "skipped",
@@ -106,14 +77,6 @@ int CommonExitCode(const std::vector<Error>& errors) {
 
 }  // namespace
 
-Error MakeError(ErrorId id, std::string message, std::string hint) {
-    Error error;
-    error.id = id;
-    error.message = std::move(message);
-    error.hint = std::move(hint);
-    return error;
-}
-
 Conclusion ResultOf(const Answer& answer) {
     const std::vector<Error> ofTheRun = ErrorsOfTheRun(answer);
     if (!ofTheRun.empty()) {
@@ -134,10 +97,6 @@ Conclusion ResultOf(const Answer& answer) {
         return {Result::Partial, exitSomeFailed};
     }
     return {Result::Failed, CommonExitCode(answer.errors)};
-}
-
-int ExitCodeOf(ErrorId id) {
-    return At(errorKinds, id).exitCode;
 }
 
 Plan PlannedOutcome(Verdict verdict) {
@@ -167,9 +126,6 @@ bool IsUnreadable(const std::string& version) {
     return version.empty() || version == "abnormal";
 }
 
-std::string_view NameOf(ErrorId id) {
-    return At(errorKinds, id).name;
-}
 std::string_view NameOf(Verdict verdict) {
     return At(verdictNames, verdict);
 }

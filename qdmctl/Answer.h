@@ -1,47 +1,13 @@
 #pragma once
 
+#include "qdmctl/Error.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace qdmctl {
-
-/// What went wrong, as a program that reads the answer tells it apart.
-enum class ErrorId {
-    Usage,
-    NotRoot,
-    Busy,
-    NoAdapter,
-    NoDevice,
-    ToolMissing,
-    ToolFailed,
-    ListingFailed,
-    IndexMissing,
-    IndexInvalid,
-    PackageMissing,
-    PackageDamaged,
-    PackageUnsuitable,
-    WorkArea,
-    DiskFull,
-    UpdateFailed,
-    NotConfirmed,
-    Interrupted,
-    Internal
-};
-
-struct Error {
-    ErrorId id = ErrorId::Internal;
-    std::string message;                     ///< what happened
-    std::string hint;                        ///< what to do
-    std::string deviceId;                    ///< the port that it concerns; empty: the whole run
-    std::string kind;                        ///< the kind of module that it concerns; empty: none
-    std::optional<unsigned long> lastError;  ///< the provider's last-error code
-    std::string messageId;                   ///< the operator message sent with it
-};
-
-/// An error of the whole run.
-[[nodiscard]] Error MakeError(ErrorId id, std::string message, std::string hint);
 
 /// How an offered version stands to the installed one.
 enum class Verdict {
@@ -126,7 +92,6 @@ struct Conclusion {
 /// adapter, 4 some ports failed, 7 busy, 8 package or index damaged or unsuitable, 9 not root. A
 /// failure with several errors has their common code, or 1.
 [[nodiscard]] Conclusion ResultOf(const Answer& answer);
-[[nodiscard]] int ExitCodeOf(ErrorId id);
 
 /// What an update without flags does about a component, and why.
 struct Plan {
@@ -141,8 +106,7 @@ struct Plan {
 /// True for "abnormal" and for the empty text.
 [[nodiscard]] bool IsUnreadable(const std::string& version);
 
-// The names used in answers: "package-damaged", "incomparable", "not-needed", "partial".
-[[nodiscard]] std::string_view NameOf(ErrorId id);
+// The names used in answers: "incomparable", "not-needed", "partial".
 [[nodiscard]] std::string_view NameOf(Verdict verdict);
 [[nodiscard]] std::string_view NameOf(Outcome outcome);
 [[nodiscard]] std::string_view NameOf(Result result);

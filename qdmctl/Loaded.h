@@ -1,6 +1,6 @@
 #pragma once
 
-#include "qdmctl/Answer.h"
+#include "qdmctl/Error.h"
 
 #include <optional>
 #include <vector>

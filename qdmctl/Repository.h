@@ -1,5 +1,6 @@
 #pragma once
 
+#include "qdmctl/Answer.h"
 #include "qdmctl/Loaded.h"
 
 #include <cstdint>

@@ -1,5 +1,7 @@
 #include "qdmctl/WorkAreaCheck.h"
 
+#include "qdmctl/StateFile.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -70,8 +72,8 @@ std::optional<Error> CheckWorkFolders(const std::string& root) {
     if (auto error = CheckFolder(root)) {
         return error;
     }
-    for (const char* folder :
-         {"/tmp", "/tmp/EMULEX", "/tmp/EMULEX/cache", "/tmp/EMULEX/temp", "/tmp/qdmctl"}) {
+    for (const char* folder : {"/tmp", "/tmp/EMULEX", "/tmp/EMULEX/cache", "/tmp/EMULEX/temp",
+                               "/tmp/qdmctl", stateFolder}) {
         if (auto error = MakeFolder(root + folder)) {
             return error;
         }

@@ -12,7 +12,7 @@ import pytest
 from conftest import HBACMD
 
 ROOT = "/opt/velmora/qdm/provider"
-FOLDERS = ("tmp", "tmp/EMULEX", "tmp/EMULEX/cache", "tmp/EMULEX/temp", "tmp/qdmctl")
+FOLDERS = ("tmp", "tmp/EMULEX", "tmp/EMULEX/cache", "tmp/EMULEX/temp", "tmp/qdmctl", "state")
 VERSION = "11.2.156.27"
 
 
