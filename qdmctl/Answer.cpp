@@ -1,7 +1,6 @@
 #include "qdmctl/Answer.h"
 
 #include <algorithm>
-#include <functional>
 #include <iterator>
 #include <utility>
 
@@ -40,6 +39,15 @@ bool HasTakenPlace(const Component& component) {
 bool IsNothing(const Component& component) {
     const Outcome outcome = OutcomeOf(component);
     return outcome == Outcome::Skipped || outcome == Outcome::NotNeeded;
+}
+
+/// Whether an answer without errors tells that there was nothing to do.
+bool IsNothing(const Answer& answer) {
+    if (answer.hasComponents) {
+        return !AnyComponent(answer.ports,
+                             [](const Component& component) { return !IsNothing(component); });
+    }
+    return answer.pending && answer.pending->empty();
 }
 
 bool Names(const Error& error, const Port& port) {
@@ -89,9 +97,7 @@ Conclusion ResultOf(const Answer& answer) {
         std::count_if(answer.ports.begin(), answer.ports.end(),
                       [&](const Port& port) { return HasFailed(port, answer.errors); });
     if (failed == 0) {
-        const bool nothing =
-            answer.hasComponents && !AnyComponent(answer.ports, std::not_fn(IsNothing));
-        return {nothing ? Result::Nothing : Result::Ok, 0};
+        return {IsNothing(answer) ? Result::Nothing : Result::Ok, 0};
     }
     if (failed < std::distance(answer.ports.begin(), answer.ports.end())) {
         return {Result::Partial, exitSomeFailed};

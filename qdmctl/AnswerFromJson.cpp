@@ -1,5 +1,7 @@
 #include "qdmctl/AnswerFromJson.h"
 
+#include "qdmctl/AnswerPending.h"
+
 #include <nlohmann/json.hpp>
 
 namespace qdmctl {
@@ -81,6 +83,9 @@ Answer AnswerOf(const Json& json) {
     }
     for (const Json& error : json.at("errors")) {
         answer.errors.push_back(ErrorOf(error));
+    }
+    if (json.contains("pending")) {
+        answer.pending = PendingFromJson(json.at("pending"));
     }
     return answer;
 }

@@ -1,5 +1,7 @@
 #include "qdmctl/AnswerJson.h"
 
+#include "qdmctl/AnswerPending.h"
+
 #include <nlohmann/json.hpp>
 
 namespace qdmctl {
@@ -88,6 +90,9 @@ std::string ToJson(const Answer& answer) {
     }
     for (const Error& error : answer.errors) {
         json["errors"].push_back(ErrorJson(error));
+    }
+    if (answer.pending) {
+        json["pending"] = PendingToJson(*answer.pending);
     }
     constexpr int indent = 2;
     return json.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";

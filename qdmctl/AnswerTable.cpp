@@ -1,5 +1,6 @@
 #include "qdmctl/AnswerTable.h"
 
+#include "qdmctl/AnswerPending.h"
 #include "qdmctl/SafeText.h"
 
 #include <algorithm>
@@ -159,6 +160,9 @@ std::string ToTable(const Answer& answer, const TableStyle& style) {
     }
     if (answer.hasComponents) {
         text += (text.empty() ? "" : "\n") + Summary(answer);
+    }
+    if (answer.pending) {
+        text += (text.empty() ? "" : "\n") + PendingToText(*answer.pending, style);
     }
     const std::string errors = ErrorsToText(answer.errors, style);
     return text + (text.empty() || errors.empty() ? "" : "\n") + errors;

@@ -1,17 +1,27 @@
 #include "qdmctl/CacheGuard.h"
 
 #include "host/CUnzip_Utility.h"
+#include "qdmctl/BootIdentifier.h"
 #include "qdmctl/FileAccess.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <fstream>
 
 namespace qdmctl {
 namespace {
 
 constexpr char MarkFile[] = "/tmp/qdmctl/unfinished";
 constexpr char CacheFolder[] = "/tmp/EMULEX/cache";
+constexpr char BootFile[] = "/tmp/qdmctl/boot";
+
+std::string FirstLineOf(const std::string& path) {
+    std::ifstream file(path);
+    std::string line;
+    std::getline(file, line);
+    return line;
+}
 
 }  // namespace
 
@@ -19,12 +29,14 @@ void CacheGuard::Begin(const std::string& root) {
     mark = root + MarkFile;
     const std::string caches = root + CacheFolder;
     struct stat status {};
-    if (::lstat(mark.c_str(), &status) == 0) {
+    const std::string boot = BootIdentifier();
+    if (::lstat(mark.c_str(), &status) == 0 || FirstLineOf(root + BootFile) != boot) {
         CUnzip_Utility::DeleteFolder(caches, "qdmctl");
         ::mkdir(caches.c_str(), S_IRWXU);
     }
     const FileHandle made(
         ::open(mark.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+    std::ofstream(root + BootFile) << boot << "\n";  // the mark stands until this is done
 }
 
 void CacheGuard::Trust() const {

@@ -6,7 +6,8 @@ namespace qdmctl {
 
 /// Keeps the provider's caches honest. A tool that is ended leaves half a file and a run that is
 /// killed leaves what it has not dropped yet, and both would be believed for an hour. So a mark
-/// lies in the work area while a run is under way, and one that is found empties the caches.
+/// lies in the work area while a run is under way, and one that is found empties the caches. So
+/// does a reboot, which may have changed what operates.
 class CacheGuard {
 public:
     /// To be called with the lock held.

@@ -10,6 +10,8 @@ const std::vector<Command>& Commands() {
          DeviceFilter, RunCheck},
         {"update", "bring the ports to the versions of a repository", "qdm.update/1", true, true,
          DeviceFilter | Confirmation | UpdateChoice, RunUpdate},
+        {"pending", "show updates that wait for a reboot, or what has become of them",
+         "qdm.pending/1", false, false, NoOptions, RunPending},
     };
     return commands;
 }

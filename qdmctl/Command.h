@@ -35,5 +35,6 @@ struct Command {
 Answer RunList(const Options& options, Console& console);
 Answer RunCheck(const Options& options, Console& console);
 Answer RunUpdate(const Options& options, Console& console);
+Answer RunPending(const Options& options, Console& console);
 
 }  // namespace qdmctl

@@ -61,8 +61,12 @@ bool Session::Stopped() {
     return true;
 }
 
-bool Session::Open() {
-    return CheckRights() && CheckWorkArea() && TakeLock() && LoadProvider() && FindPorts();
+bool Session::OpenWorkArea() {
+    return CheckRights() && CheckWorkArea() && TakeLock();
+}
+
+bool Session::OpenPorts() {
+    return LoadProvider() && FindPorts();
 }
 
 bool Session::CheckRights() {

@@ -35,8 +35,14 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Rights, work area, lock, descriptor, provider library, the chosen ports.
-    [[nodiscard]] bool Open();
+    /// Both of these.
+    [[nodiscard]] bool Open() { return OpenWorkArea() && OpenPorts(); }
+
+    /// Rights, work area, lock: enough to read and write what runs leave to later ones.
+    [[nodiscard]] bool OpenWorkArea();
+
+    /// Descriptor, provider library, the chosen ports.
+    [[nodiscard]] bool OpenPorts();
 
     /// Links every chosen port and identifies it. False when the adapter tool is missing or lists
     /// nothing, so that no port can be used.
@@ -55,6 +61,7 @@ public:
     std::vector<PortSession>& Ports() { return ports; }
     std::vector<PortSession*> AllPorts();
     const std::string& Root() const { return root; }
+    const Descriptor& ProviderDescriptor() const { return descriptor; }
     /// A private folder of this run below the work area, made anew; empty when that failed.
     [[nodiscard]] std::string ScratchFolder(const std::string& name);
 

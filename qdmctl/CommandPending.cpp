@@ -1,0 +1,92 @@
+#include "qdmctl/Command.h"
+#include "qdmctl/DriverOnDisk.h"
+#include "qdmctl/PendingJudgement.h"
+#include "qdmctl/Session.h"
+
+#include <algorithm>
+#include <string>
+
+namespace qdmctl {
+namespace {
+
+/// What to do about an installed driver that a reboot did not bring.
+std::string DriverRemedy(const std::string& module, const std::string& version) {
+    const auto onDisk = DriverOnDisk(module);
+    if (!onDisk) {
+        return "modinfo finds no version of " + module +
+               " on disk: install the driver again with qdmctl update, then reboot";
+    }
+    if (*onDisk == version) {
+        return "it lies on disk as installed, so the boot has loaded another copy, most likely "
+               "from the initial RAM disk: make that anew (dracut -f or update-initramfs -u) and "
+               "reboot";
+    }
+    return "modinfo finds " + *onDisk + " on disk: see that /etc/depmod.d prefers the installed " +
+           module + ", run depmod -a until \"modinfo -F version " + module + "\" tells " + version +
+           ", then reboot; or run qdmctl update again";
+}
+
+void TellRefuted(Session& session, const PendingView& view) {
+    const PendingUpdate& update = view.update;
+    session.AddError(
+        ErrorId::NotConfirmed,
+        update.kind + ": " + update.version +
+            " was installed and the server has been rebooted since, but " +
+            (view.operating.empty() ? "it did not operate" : view.operating + " operates"),
+        update.kind == "driver"
+            ? DriverRemedy(session.ProviderDescriptor().kernelModule, update.version)
+            : "run qdmctl update again");
+    session.answer.errors.back().kind = update.kind;
+}
+
+/// What keeps a port from being read is no concern of this command once another port has told the
+/// versions.
+void LinkForReading(Session& session) {
+    if (!session.OpenPorts() || !session.Link()) {
+        return;
+    }
+    const auto& ports = session.Ports();
+    if (std::any_of(ports.begin(), ports.end(),
+                    [](const PortSession& port) { return port.usable; })) {
+        session.answer.errors.clear();
+    }
+}
+
+void Judge(Session& session, PendingUpdates& store) {
+    LinkForReading(session);
+    JudgePending(session, store);
+    for (const PendingView& view : *session.answer.pending) {
+        if (view.update.state == PendingState::Refuted) {
+            TellRefuted(session, view);
+        } else if (view.operating.empty() && session.answer.errors.empty()) {
+            session.AddError(ErrorId::ToolFailed,
+                             "no port tells which " + view.update.kind + " operates",
+                             "nothing is decided; look with qdmctl list what the ports answer, "
+                             "then try again");
+        }
+    }
+}
+
+}  // namespace
+
+/// Keeps changing and other reading runs out as every reading command does, so that it may write
+/// the store.
+Answer RunPending(const Options& options, Console& console) {
+    Answer answer;
+    Session session(options, console, answer);
+    PendingUpdates store(session.Root());
+    if (!session.OpenWorkArea()) {
+        return answer;
+    }
+    if (auto error = store.Load()) {
+        answer.errors.push_back(std::move(*error));
+        return answer;
+    }
+    answer.pending.emplace();
+    if (!store.All().empty()) {
+        Judge(session, store);
+    }
+    return answer;
+}
+
+}  // namespace qdmctl

@@ -1,0 +1,87 @@
+#include "qdmctl/PendingJudgement.h"
+
+#include "host/CModuleManager.h"
+#include "host/CVendor.h"
+#include "qdmctl/BootIdentifier.h"
+#include "qdmctl/ModuleOfKind.h"
+#include "qdmctl/Session.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qdmctl {
+namespace {
+
+/// A reading that fails in time is repeated once.
+constexpr int Attempts = 2;
+
+/// The usable ports, those of the update first: what concerns the whole server any port can tell.
+std::vector<PortSession*> PortsFor(Session& session, const PendingUpdate& update) {
+    std::vector<PortSession*> ports;
+    for (PortSession& port : session.Ports()) {
+        if (port.usable && ModuleOfKind(*port.vendor, update.kind) != nullptr) {
+            ports.push_back(&port);
+        }
+    }
+    std::stable_partition(ports.begin(), ports.end(), [&](const PortSession* port) {
+        return std::count(update.deviceIds.begin(), update.deviceIds.end(), port->view.deviceId) !=
+               0;
+    });
+    return ports;
+}
+
+/// Empty when it cannot be read. A tool that hangs is not asked again through other ports.
+std::string Operating(Session& session, PortSession& port, CModuleManager& module, bool& inTime) {
+    std::string version;
+    for (int attempt = 0; attempt < Attempts && inTime && IsUnreadable(version); ++attempt) {
+        inTime = session.Reading(session.ReadingStep("reading versions", &port), [&] {
+            module.UpdateRestore({});
+            version = module.GetOperatingVersion();
+        });
+    }
+    return IsUnreadable(version) ? std::string() : version;
+}
+
+PendingView Judge(Session& session, const PendingUpdate& update) {
+    PendingView view{update, {}, false};
+    const std::string bootId = BootIdentifier();
+    view.bootedSince = IsBootedSince(update, bootId);
+    bool inTime = true;
+    for (PortSession* port : PortsFor(session, update)) {
+        if (!view.operating.empty() || !inTime || session.Stopped()) {
+            break;
+        }
+        CModuleManager& module = *ModuleOfKind(*port->vendor, update.kind);
+        view.operating = Operating(session, *port, module, inTime);
+        view.update.state = JudgeUpdate(update, bootId, view.operating,
+                                        [&](const auto& operating, const auto& version) {
+                                            return module.CheckVendorVersion(operating, version);
+                                        });
+    }
+    return view;
+}
+
+std::optional<Error> Keep(PendingUpdates& store, const PendingView& view, PendingState before) {
+    if (view.update.state == PendingState::Confirmed) {
+        return store.Drop(view.update.kind);
+    }
+    return view.update.state == before ? std::nullopt : store.Record(view.update);
+}
+
+}  // namespace
+
+void JudgePending(Session& session, PendingUpdates& store) {
+    const std::vector<PendingUpdate> updates = store.All();  // which changes meanwhile
+    for (const PendingUpdate& update : updates) {
+        PendingView view = Judge(session, update);
+        if (auto error = Keep(store, view, update.state)) {
+            session.answer.errors.push_back(std::move(*error));
+        }
+        if (!session.answer.pending) {
+            session.answer.pending.emplace();
+        }
+        session.answer.pending->push_back(std::move(view));
+    }
+}
+
+}  // namespace qdmctl

@@ -1,0 +1,101 @@
+"""What runs leave to later ones: updates that wait for a reboot, a utility that went missing."""
+
+import json
+import os
+
+import jsonschema
+import pytest
+from conftest import HBACMD, REPOSITORY
+
+ROOT = "/opt/velmora/qdm/provider"
+STORE = f"{ROOT}/state/pending.json"
+BOOT = "/proc/sys/kernel/random/boot_id"
+OLD, NEW = "10.2.370.15", "10.2.370.19"
+
+
+def ask(lab, *arguments, **keywords):
+    """The command's answer, held against its schema."""
+    answer = lab.qdmctl(*arguments, **keywords)
+    schema = REPOSITORY / f"qdmctl/schemas/{answer.json['schema'].replace('/', '.')}.schema.json"
+    jsonschema.validate(answer.json, json.loads(schema.read_text()))
+    return answer
+
+
+def write_state(lab, path, content):
+    place = lab.inside(path)
+    place.parent.mkdir(mode=0o700, exist_ok=True)
+    place.write_text(content if isinstance(content, str) else json.dumps(content))
+
+
+def record(lab, version=NEW):
+    """What an update of the driver leaves behind."""
+    lab.qdmctl("list")  # so that caches are there
+    boot = lab.run("cat", BOOT).stdout.strip()
+    ports = [port["device_id"] for port in lab.qdmctl("list").json["ports"]]
+    write_state(lab, STORE, {"schema": "qdm.pending-store/1", "updates": [
+        {"kind": "driver", "version": version, "previous": OLD, "boot_id": boot,
+         "device_ids": ports, "state": "pending"}]})
+
+
+def install_driver(lab):
+    module = lab.package(None, NEW, kind="driver")
+    lab.run("python3", "-m", "zipfile", "-e", f"/repo/{module.name}", "/root/driver")
+    lab.run("sh", "-c", "rpm -Uhv /root/driver/x64/FC/*.rpm")
+    lab.inside("/etc/depmod.d/elxlpfc.conf").write_text("override lpfc * weak-updates/elx-lpfc\n")
+    lab.run("depmod", "-a")
+
+
+def told(answer):
+    [one] = answer.json["pending"]
+    return one["state"], one["boot"], one["operating"], answer.exit_code
+
+
+def test_installed_driver_is_pending_until_a_reboot_confirms_it(lab):
+    empty = ask(lab, "pending")
+    assert (empty.exit_code, empty.json["result"], empty.json["pending"]) == (0, "nothing", [])
+    install_driver(lab)
+    record(lab)
+    for _ in range(2):
+        assert told(ask(lab, "pending")) == ("pending", "same", OLD, 0)
+    table = lab.run("qdmctl", "pending")
+    assert "takes effect with the next reboot" in table.stdout and max(
+        map(len, table.stdout.splitlines())) > 80 and table.returncode == 0, "no terminal"
+    lab.reboot()
+    assert told(ask(lab, "pending")) == ("confirmed", "changed", NEW, 0)
+    assert ask(lab, "pending").json["pending"] == [], "told once"
+    assert {port["versions"]["driver"] for port in ask(lab, "list").json["ports"]} == {NEW}
+
+
+@pytest.mark.parametrize("on_disk, named", [(False, f"finds {OLD} on disk"), (True, "RAM disk")])
+def test_driver_that_a_reboot_did_not_bring_is_refuted_until_it_operates(lab, on_disk, named):
+    record(lab)
+    lab.reboot()
+    if on_disk:
+        install_driver(lab)
+    for _ in range(2):
+        answer = ask(lab, "pending")
+        assert told(answer) == ("refuted", "changed", OLD, 1)
+        [error] = answer.json["errors"]
+        assert error["id"] == "not-confirmed" and named in error["hint"], answer
+    install_driver(lab)
+    lab.reboot()
+    assert told(ask(lab, "pending")) == ("confirmed", "changed", NEW, 0)
+
+
+def test_store_is_shown_where_nothing_can_be_read_and_a_damaged_one_is_kept(lab):
+    install_driver(lab)
+    record(lab)
+    lab.reboot()
+    lab.inside(HBACMD).rename(lab.inside(f"{HBACMD}.away"))
+    answer = ask(lab, "pending")
+    assert told(answer) == ("pending", "changed", None, 1)
+    assert answer.error_ids() == ["tool-missing"], answer
+    lab.inside(f"{HBACMD}.away").rename(lab.inside(HBACMD))
+    lab.fault("HbaAttributes", "error", "times", "3")  # of four ports the second answers
+    assert told(ask(lab, "pending")) == ("confirmed", "changed", NEW, 0)
+    write_state(lab, STORE, '{"schema"')
+    answer = ask(lab, "pending")
+    assert (answer.exit_code, answer.error_ids()) == (1, ["work-area"]), answer
+    assert STORE in answer.json["errors"][0]["message"] and "pending" not in answer.json
+    assert lab.inside(STORE).read_text() == '{"schema"'
+    assert ask(lab, "list").exit_code == 0
