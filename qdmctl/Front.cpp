@@ -172,6 +172,7 @@ void Front::OnStep(const std::string& text) {
     }
     running = std::move(step);
     stepBegun = Clock::now();
+    outputChecked = stepBegun;  // a short step is not worth a look at every process
     progress.Begin(*running);
     // From here on nothing of the worker is ended until it says that the step is over.
     if (running->changing) {

@@ -61,8 +61,7 @@ int CCommon_Information::ExecForeignModule(const std::string& command,
 bool CCommon_Information::GetPCIInfo(std::string deviceId, int* bus, int* device, int* function,
                                      const std::string& traceFile) {
     const auto identifier = ParseDeviceIdentifier(deviceId);
-    const auto listed = identifier ? ReadPciDevice(identifier->address) : std::nullopt;
-    if (!listed || listed->vendor != identifier->vendor || listed->device != identifier->device) {
+    if (!identifier || !IsListed(*identifier)) {
         CTraceUtility::WriteDebug(traceFile.c_str(), CTraceUtility::TRACE_DBG_ERROR,
                                   "No such PCI device [%s]", deviceId.c_str());
         return false;
@@ -70,9 +69,9 @@ bool CCommon_Information::GetPCIInfo(std::string deviceId, int* bus, int* device
     if (bus == nullptr || device == nullptr || function == nullptr) {
         return false;
     }
-    *bus = static_cast<int>(listed->address.bus);
-    *device = static_cast<int>(listed->address.device);
-    *function = static_cast<int>(listed->address.function);
+    *bus = static_cast<int>(identifier->address.bus);
+    *device = static_cast<int>(identifier->address.device);
+    *function = static_cast<int>(identifier->address.function);
     return true;
 }
 

@@ -55,6 +55,25 @@ std::optional<std::string> ReadHexFile(const std::string& file, std::size_t digi
     return text.substr(2);
 }
 
+std::string FolderOf(const PciAddress& address) {
+    return std::string(kDevicesFolder) + "/" + address.Text();
+}
+
+std::optional<PciDevice> ReadPciDevice(const PciAddress& address) {
+    const std::string folder = FolderOf(address);
+    const auto vendor = ReadHexFile(folder + "/vendor", 4);
+    const auto device = ReadHexFile(folder + "/device", 4);
+    const auto subsystemVendor = ReadHexFile(folder + "/subsystem_vendor", 4);
+    const auto subsystemDevice = ReadHexFile(folder + "/subsystem_device", 4);
+    const auto classCode = ReadHexFile(folder + "/class", 6);
+    if (!vendor || !device || !subsystemVendor || !subsystemDevice || !classCode) {
+        return std::nullopt;
+    }
+    unsigned code = 0;
+    std::from_chars(classCode->data(), classCode->data() + classCode->size(), code, 16);
+    return PciDevice{address, *vendor, *device, *subsystemVendor, *subsystemDevice, code};
+}
+
 auto Position(const PciAddress& address) {
     return std::tie(address.domain, address.bus, address.device, address.function);
 }
@@ -104,19 +123,10 @@ std::optional<DeviceIdentifier> ParseDeviceIdentifier(const std::string& text) {
     return DeviceIdentifier{*address, vendor, device};
 }
 
-std::optional<PciDevice> ReadPciDevice(const PciAddress& address) {
-    const std::string folder = std::string(kDevicesFolder) + "/" + address.Text();
-    const auto vendor = ReadHexFile(folder + "/vendor", 4);
-    const auto device = ReadHexFile(folder + "/device", 4);
-    const auto subsystemVendor = ReadHexFile(folder + "/subsystem_vendor", 4);
-    const auto subsystemDevice = ReadHexFile(folder + "/subsystem_device", 4);
-    const auto classCode = ReadHexFile(folder + "/class", 6);
-    if (!vendor || !device || !subsystemVendor || !subsystemDevice || !classCode) {
-        return std::nullopt;
-    }
-    unsigned code = 0;
-    std::from_chars(classCode->data(), classCode->data() + classCode->size(), code, 16);
-    return PciDevice{address, *vendor, *device, *subsystemVendor, *subsystemDevice, code};
+bool IsListed(const DeviceIdentifier& identifier) {
+    const std::string folder = FolderOf(identifier.address);
+    return ReadHexFile(folder + "/vendor", 4) == identifier.vendor &&
+           ReadHexFile(folder + "/device", 4) == identifier.device;
 }
 
 std::vector<PciDevice> ListPciDevices() {

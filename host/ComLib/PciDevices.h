@@ -42,5 +42,5 @@ struct PciDevice {
 /// left out.
 [[nodiscard]] std::vector<PciDevice> ListPciDevices();
 
-/// One device; empty when the kernel does not list it.
-[[nodiscard]] std::optional<PciDevice> ReadPciDevice(const PciAddress& address);
+/// True when the kernel lists this very device at this address.
+[[nodiscard]] bool IsListed(const DeviceIdentifier& identifier);
