@@ -16,6 +16,7 @@ TIME_LIMIT = 120  # seconds for one command; reached only by a fault
 
 def pytest_configure(config):
     config.addinivalue_line("markers", "slow: takes minutes")
+    config.addinivalue_line("markers", "cost: counts what the product costs, without sanitizers")
 
 
 def qdmlab(*arguments, check=True):
