@@ -105,6 +105,13 @@ Conclusion ResultOf(const Answer& answer) {
     return {Result::Failed, CommonExitCode(answer.errors)};
 }
 
+void Conclude(Answer& answer, const std::string& schema) {
+    answer.schema = schema;
+    const Conclusion conclusion = ResultOf(answer);
+    answer.result = conclusion.result;
+    answer.exitCode = conclusion.exitCode;
+}
+
 Plan PlannedOutcome(Verdict verdict) {
     switch (verdict) {
         case Verdict::Newer:

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "qdmctl/AnswerReport.h"
+#include "qdmctl/AnswerRestore.h"
 #include "qdmctl/Error.h"
 #include "qdmctl/PendingView.h"
 
@@ -76,6 +78,8 @@ struct Answer {
     std::vector<Error> errors;
     bool hasComponents = false;  ///< the ports' components are part of the answer
     std::optional<std::vector<PendingView>> pending;  ///< updates that wait for a reboot
+    std::optional<WrittenReport> report;
+    std::optional<Restored> restored;
 };
 
 struct Conclusion {
@@ -94,6 +98,8 @@ struct Conclusion {
 /// adapter, 4 some ports failed, 7 busy, 8 package or index damaged or unsuitable, 9 not root. A
 /// failure with several errors has their common code, or 1.
 [[nodiscard]] Conclusion ResultOf(const Answer& answer);
+/// Fills schema, result and exit code.
+void Conclude(Answer& answer, const std::string& schema);
 
 /// What an update without flags does about a component, and why.
 struct Plan {

@@ -87,6 +87,12 @@ Answer AnswerOf(const Json& json) {
     if (json.contains("pending")) {
         answer.pending = PendingFromJson(json.at("pending"));
     }
+    if (json.contains("report")) {
+        answer.report = ReportFromJson(json.at("report"));
+    }
+    if (json.contains("restored")) {
+        answer.restored = RestoredFromJson(json.at("restored"));
+    }
     return answer;
 }
 

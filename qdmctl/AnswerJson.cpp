@@ -94,6 +94,12 @@ std::string ToJson(const Answer& answer) {
     if (answer.pending) {
         json["pending"] = PendingToJson(*answer.pending);
     }
+    if (answer.report) {
+        json["report"] = ReportToJson(*answer.report);
+    }
+    if (answer.restored) {
+        json["restored"] = RestoredToJson(*answer.restored);
+    }
     constexpr int indent = 2;
     return json.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
 }

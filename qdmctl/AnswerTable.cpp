@@ -138,6 +138,19 @@ std::string ErrorText(const Error& error, const TableStyle& style) {
     return text + Indented("  hint: ", error.hint, usable);
 }
 
+/// Answers whose own section tells all have no table of ports.
+std::string PortsToText(const Answer& answer, const TableStyle& style) {
+    const bool hasRows = std::any_of(
+        answer.ports.begin(), answer.ports.end(),
+        [&](const Port& port) { return !answer.hasComponents || !port.components.empty(); });
+    if (!hasRows || answer.restored) {
+        return {};
+    }
+    return Format(
+        answer.hasComponents ? ComponentTable(answer.ports, style) : PortTable(answer.ports),
+        style);
+}
+
 }  // namespace
 
 std::string ErrorsToText(const std::vector<Error>& errors, const TableStyle& style) {
@@ -148,24 +161,21 @@ std::string ErrorsToText(const std::vector<Error>& errors, const TableStyle& sty
     return text;
 }
 
+bool HasTable(const Answer& answer) {
+    return !answer.ports.empty() || answer.pending || answer.restored;
+}
+
 std::string ToTable(const Answer& answer, const TableStyle& style) {
-    const bool hasRows = std::any_of(
-        answer.ports.begin(), answer.ports.end(),
-        [&](const Port& port) { return !answer.hasComponents || !port.components.empty(); });
-    std::string text;
-    if (hasRows) {
-        text = Format(
-            answer.hasComponents ? ComponentTable(answer.ports, style) : PortTable(answer.ports),
-            style);
-    }
-    if (answer.hasComponents) {
-        text += (text.empty() ? "" : "\n") + Summary(answer);
-    }
-    if (answer.pending) {
-        text += (text.empty() ? "" : "\n") + PendingToText(*answer.pending, style);
-    }
-    const std::string errors = ErrorsToText(answer.errors, style);
-    return text + (text.empty() || errors.empty() ? "" : "\n") + errors;
+    std::string text = PortsToText(answer, style);
+    const auto add = [&text](const std::string& part) {
+        text += (text.empty() || part.empty() ? "" : "\n") + part;
+    };
+    add(answer.hasComponents ? Summary(answer) : std::string());
+    add(answer.pending ? PendingToText(*answer.pending, style) : std::string());
+    add(answer.report ? ReportToText(*answer.report, style) : std::string());
+    add(answer.restored ? RestoredToText(*answer.restored, style) : std::string());
+    add(ErrorsToText(answer.errors, style));
+    return text;
 }
 
 }  // namespace qdmctl

@@ -7,6 +7,9 @@
 
 namespace qdmctl {
 
+/// Whether there is anything to show beside errors.
+[[nodiscard]] bool HasTable(const Answer& answer);
+
 /// The answer for people. One row a port, or one row a component where the answer has components;
 /// a row that is too wide continues on indented lines. Errors follow with their hints. Control
 /// characters and bytes that are no UTF-8 are shown as "?".

@@ -27,16 +27,20 @@ std::string FirstLineOf(const std::string& path) {
 
 void CacheGuard::Begin(const std::string& root) {
     mark = root + MarkFile;
-    const std::string caches = root + CacheFolder;
     struct stat status {};
     const std::string boot = BootIdentifier();
     if (::lstat(mark.c_str(), &status) == 0 || FirstLineOf(root + BootFile) != boot) {
-        CUnzip_Utility::DeleteFolder(caches, "qdmctl");
-        ::mkdir(caches.c_str(), S_IRWXU);
+        Drop(root);
     }
     const FileHandle made(
         ::open(mark.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
     std::ofstream(root + BootFile) << boot << "\n";  // the mark stands until this is done
+}
+
+void CacheGuard::Drop(const std::string& root) {
+    const std::string caches = root + CacheFolder;
+    CUnzip_Utility::DeleteFolder(caches, "qdmctl");
+    ::mkdir(caches.c_str(), S_IRWXU);
 }
 
 void CacheGuard::Trust() const {

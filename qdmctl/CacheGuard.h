@@ -13,6 +13,9 @@ public:
     /// To be called with the lock held.
     void Begin(const std::string& root);
 
+    /// Empties the caches; with the lock held.
+    static void Drop(const std::string& root);
+
     /// The run has ended well: the next one may use its caches.
     void Trust() const;
 

@@ -12,6 +12,10 @@ const std::vector<Command>& Commands() {
          DeviceFilter | Confirmation | UpdateChoice, RunUpdate},
         {"pending", "show updates that wait for a reboot, or what has become of them",
          "qdm.pending/1", false, false, NoOptions, RunPending},
+        {"report", "write the provider's configuration report into a folder", "qdm.report/1", false,
+         false, DeviceFilter | OutputOption, RunReport},
+        {"restore", "drop what earlier runs have left, so that the next one reads anew",
+         "qdm.restore/1", false, true, DeviceFilter, RunRestore},
     };
     return commands;
 }

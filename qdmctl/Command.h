@@ -15,7 +15,7 @@ enum OptionSet : unsigned {
     Confirmation = 2,   ///< --yes and --dry-run: the command asks before it changes the server
     UpdateChoice = 4,   ///< --allow-older and --force
     OneDevice = 8,      ///< the name of one port, without which there is nothing to tell
-    OutputFolder = 16,  ///< --output, required
+    OutputOption = 16,  ///< --output, required
 };
 
 /// One command of the program. Commands run in a worker process and return plain values.
@@ -36,5 +36,7 @@ Answer RunList(const Options& options, Console& console);
 Answer RunCheck(const Options& options, Console& console);
 Answer RunUpdate(const Options& options, Console& console);
 Answer RunPending(const Options& options, Console& console);
+Answer RunReport(const Options& options, Console& console);
+Answer RunRestore(const Options& options, Console& console);
 
 }  // namespace qdmctl

@@ -7,8 +7,6 @@
 namespace qdmctl {
 namespace {
 
-constexpr char ReportFile[] = "Emulex_FcConfigInfo.xml";
-
 std::string Attribute(const pugi::xml_node& group, const char* name) {
     return group.find_child_by_attribute("attr", "name", name).attribute("value").value();
 }
@@ -16,13 +14,17 @@ std::string Attribute(const pugi::xml_node& group, const char* name) {
 ReportedPort FromNode(const pugi::xml_node& node) {
     const pugi::xml_node general = node.child("general-inf");
     const pugi::xml_node versions = node.child("version-inf");
+    const pugi::xml_node utility = versions.child("utility");
     ReportedPort port;
     port.location = Attribute(general, "PCI Bus/Dev/Func");
+    port.vendorId = Attribute(general, "Vendor ID");
+    port.deviceId = Attribute(general, "Device ID");
     port.wwpn = Attribute(general, "WWPN");
     port.firmware = Attribute(versions, "Firmware Version");
     port.bootBios = Attribute(versions, "BootBios Version");
     port.driver = Attribute(versions, "Driver Version");
-    port.utility = Attribute(versions.child("utility"), "Utility Version");
+    port.utilityName = Attribute(utility, "Utility Name");
+    port.utility = Attribute(utility, "Utility Version");
     return port;
 }
 
@@ -38,7 +40,7 @@ std::vector<ReportedPort> CollectReport(const std::vector<CVendor*>& vendors,
     }
     pugi::xml_document document;
     if (vendors.front()->EndOutputDeviceConfigInfo(folder, nullptr) != 0 ||
-        !document.load_file((folder + ReportFile).c_str())) {
+        !document.load_file((folder + reportFile).c_str())) {
         return {};
     }
     std::vector<ReportedPort> ports;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "qdmctl/AnswerReport.h"
+
 #include <string>
 #include <vector>
 
@@ -7,15 +9,8 @@ class CVendor;
 
 namespace qdmctl {
 
-/// What the provider's configuration report tells of one port.
-struct ReportedPort {
-    std::string location;  ///< "3/0/1"
-    std::string wwpn;
-    std::string firmware;
-    std::string bootBios;
-    std::string driver;
-    std::string utility;
-};
+/// Name of the document, as the provider gives it.
+inline constexpr char reportFile[] = "Emulex_FcConfigInfo.xml";
 
 /// Runs the three phases of the report over the ports, in their order, and reads the document that
 /// the provider leaves in `folder` (which ends with "/"). Empty when the report could not be made

@@ -30,6 +30,7 @@ constexpr ErrorKind errorKinds[] = {
     {"package-unsuitable", 8},
     {"work-area", exitFailed},
     {"disk-full", exitFailed},
+    {"output-failed", exitFailed},
     {"update-failed", exitFailed},
     {"not-confirmed", exitFailed},
     {"interrupted", exitFailed},

@@ -23,6 +23,7 @@ enum class ErrorId {
     PackageUnsuitable,
     WorkArea,
     DiskFull,
+    Output,
     UpdateFailed,
     NotConfirmed,
     Interrupted,

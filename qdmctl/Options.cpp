@@ -88,7 +88,7 @@ void AddFolders(CLI::App& sub, const Command& command, Options& options) {
         ->type_name("DIR")
         ->required(command.needsRepository)
         ->check(RefuseOption);
-    if ((command.options & OutputFolder) != 0) {
+    if ((command.options & OutputOption) != 0) {
         sub.add_option("--output", options.output, "folder for the report; made when it is missing")
             ->type_name("DIR")
             ->required()

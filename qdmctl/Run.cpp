@@ -73,7 +73,7 @@ TableStyle StyleOf(int descriptor) {
 void PrintAnswer(const Answer& answer, bool json) {
     if (json) {
         Print(STDOUT_FILENO, ToJson(answer));
-    } else if (answer.ports.empty() && !answer.pending) {
+    } else if (!HasTable(answer)) {
         Print(STDERR_FILENO, ErrorsToText(answer.errors, StyleOf(STDERR_FILENO)));
     } else {
         Print(STDOUT_FILENO, ToTable(answer, StyleOf(STDOUT_FILENO)));

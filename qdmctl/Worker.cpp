@@ -73,13 +73,6 @@ Answer RunCommand(const Options& options, Channel& channel) {
     }
 }
 
-void Conclude(Answer& answer, const Options& options) {
-    answer.schema = options.command->schema;
-    const Conclusion conclusion = ResultOf(answer);
-    answer.result = conclusion.result;
-    answer.exitCode = conclusion.exitCode;
-}
-
 Answer AnswerOf(Front& front, const Options& options) {
     auto told = front.Run();
     if (told && !front.WorkerLost()) {
@@ -110,7 +103,7 @@ void RunWorker(const Options& options, Channel& channel) {
     ::setsid();
     SetSignals();
     Answer answer = RunCommand(options, channel);
-    Conclude(answer, options);
+    Conclude(answer, options.command->schema);
     channel.Send(FrameType::Answer, ToJson(answer));
 }
 
@@ -142,7 +135,7 @@ Answer RunInWorker(const Options& options) {
         Front watch(front, worker);
         answer = AnswerOf(watch, options);
     }
-    Conclude(answer, options);
+    Conclude(answer, options.command->schema);
     return answer;
 }
 

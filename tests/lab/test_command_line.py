@@ -2,7 +2,7 @@
 
 import pytest
 
-COMMANDS = ["list", "check", "update"]
+COMMANDS = ["list", "check", "update", "report", "restore"]
 
 
 @pytest.mark.parametrize("command", COMMANDS)
@@ -22,7 +22,7 @@ def test_version_and_help(lab):
 
 @pytest.mark.parametrize("arguments, named", [
     ([], "subcommand"), (["lsit"], "lsit"), (["list", "extra"], "extra"), (["check"], "--repo"),
-    (["update", "--yes", "--repo"], "--repo"), (["list", "--dry-run"], "--dry-run"),
+    (["update", "--yes", "--repo"], "--repo"), (["list", "--dry-run"], "--dry-run"), (["report"], "--output"),
     (["list", "--read-timeout", "soon"], "soon"), (["list", "--read-timeout", "0"], "0"),
     (["update", "--repo", "/repo", "--force", "--yes"], "--device"),
     (["update", "--repo", "/repo"], "--yes")])
