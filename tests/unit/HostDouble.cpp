@@ -61,9 +61,9 @@ HostDouble::~HostDouble() {
 
 void HostDouble::Reset() {
     fs::remove_all(root);
-    root = "/tmp/qdm-unit-XXXXXX";
+    root = ::testing::TempDir() + "qdm-unit-XXXXXX";
     if (mkdtemp(root.data()) == nullptr) {
-        throw std::runtime_error("no folder below /tmp");
+        throw std::runtime_error("no folder " + root);
     }
     static_cast<HostAnswers&>(*this) = {};
     static_cast<HostRecord&>(*this) = {};
