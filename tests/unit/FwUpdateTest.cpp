@@ -146,7 +146,7 @@ TEST_F(FwUpdateTest, ToolHasFourAttemptsWhereNoMessageFileJudges) {
     const std::string unread = "2 Failed to open file(" + output + ").";
     const std::tuple<std::vector<Ran>, Lines, Lines, unsigned long, std::string> rows[] = {
         {{silent, done}, {"a.grp"}, Lines(2, "a.grp"), 0, ""},
-        {{{"", 0, 1}, {"", 0, 255}, done}, {"a.grp"}, Lines(3, "a.grp"), 0, ""},
+        {{{"", 0, 1}, {"Download Complete", 0, 255}}, {"a.grp"}, Lines(2, "a.grp"), 0, ""},
         {{silent, silent, silent, done}, {"a.grp"}, Lines(4, "a.grp"), 0, ""},
         {{silent, silent, silent, {"Download\nComplete", 0, 255}, done},
          {"a.grp"},

@@ -49,7 +49,7 @@ TEST_F(InventoryTest, DriverVersionHasTheFormOfTheClass) {
 }
 
 TEST_F(InventoryTest, DriverVersionComesFromTheAdapter) {
-    attributes = "FW Version : 9.9.9.9\nDriver Version :  11.2.0.5; x\n";
+    attributes = "Driver Name : lpfc\nDriver Version :  11.2.0.5; API v2.3; x\n";
     EXPECT_EQ(driver.GetOperatingVersion(), "11.2.0.5");
     CEmulexCommon::DeleteHbaAttribCache(wwpn);
     attributes = "FW Version : 9.9.9.9\n";

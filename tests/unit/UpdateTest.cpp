@@ -70,6 +70,8 @@ TEST_F(UpdateTest, ResultModes) {
         const Lines complaints = host.Complaints();
         EXPECT_EQ(complaints.empty() ? "" : complaints.back(), complaint);
     }
+    host.run = [](const HostCommand&) { return Ran{"", 0, 255}; };  // nothing tells of success
+    EXPECT_EQ(CEmulexCommon::EmulexUpdate("tool", output, "", nullptr, "", "", 1), 0);
 }
 
 TEST_F(UpdateTest, ModesThatCannotJudge) {
@@ -130,7 +132,7 @@ TEST_F(UpdateTest, MessageDefinition) {
         {ok, "done", 1, 0, 0},
         {"SuccessMessage= \r done \r\n", "so done!", 1, 0, 0},
         {"SuccessMessage=\tdone\n", "done", 0, 37, 0},
-        {"#\n\nSuccessMessage\n SuccessMessage=done", "=done", 1, 0, 0},
+        {"#\n\nSuccessMessage\n SuccessMessage=done", "done", 0, 37, 0},  // tells of "=done"
         {"SuccessMessage=no\nSuccessMessage=done", "done", 1, 0, 0},
         {ok + five + "EndMessage=5\n", "done 5", 1, 0, 1},
         {ok + five + "EndMessage=x\nEndMessage=6\n", "done 6", 0, 36, 5},

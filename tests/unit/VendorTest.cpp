@@ -105,9 +105,24 @@ TEST_F(VendorTest, WwpnFoundLaterReachesTheModules) {
     EXPECT_EQ(vendor.driverModule->GetOperatingVersion(), "11.2.0.5");
 }
 
+TEST_F(VendorTest, WwpnFoundWhileLinkingIsNotForTheDriverModuleOfBefore) {
+    CFC_EMULEX_Driver before(device, "", "");
+    vendor.driverModule = &before;
+    host.run = [this, answer = host.run](const HostCommand& command) {
+        return Runs("listhbas") == 1 ? Ran{"Serial No.\n"} : answer(command);
+    };
+    vendor.LinkDevice();
+    EXPECT_EQ(vendor.driverModule->GetOperatingVersion(), "11.2.0.5");
+    EXPECT_EQ(before.GetOperatingVersion(), "abnormal");
+}
+
 TEST_F(VendorTest, ForeignAndMissingModulesAreLeftAlone) {
     vendor.firmwareModule = new Foreign<CFirmware>(device);
     EXPECT_EQ(vendor.GetWWPNOriginal(), wwpn);
+    vendor.driverModule = new CFC_EMULEX_Driver(device, "", wwpn);
+    vendor.ExecOutputDeviceConfigInfo("", nullptr);
+    EXPECT_EQ(std::exchange(vendor.stVerFC, {}).back().bootBios, "abnormal");
+    vendor.stGenFC.clear();
 }
 
 TEST_F(VendorTest, LocationIsLookedUpUntilFound) {
