@@ -36,16 +36,19 @@ bool HasTakenPlace(const Component& component) {
     return component.outcome == Outcome::Updated || component.outcome == Outcome::Pending;
 }
 
-bool IsNothing(const Component& component) {
-    const Outcome outcome = OutcomeOf(component);
+bool IsNothing(Outcome outcome) {
     return outcome == Outcome::Skipped || outcome == Outcome::NotNeeded;
 }
 
 /// Whether an answer without errors tells that there was nothing to do.
 bool IsNothing(const Answer& answer) {
     if (answer.hasComponents) {
-        return !AnyComponent(answer.ports,
-                             [](const Component& component) { return !IsNothing(component); });
+        return !AnyComponent(answer.ports, [](const Component& component) {
+            return !IsNothing(OutcomeOf(component));
+        });
+    }
+    if (answer.repair) {
+        return IsNothing(answer.repair->outcome);
     }
     return answer.pending && answer.pending->empty();
 }

@@ -4,6 +4,7 @@
 #include "qdmctl/AnswerRestore.h"
 #include "qdmctl/Error.h"
 #include "qdmctl/PendingView.h"
+#include "qdmctl/RepairView.h"
 
 #include <optional>
 #include <string>
@@ -78,6 +79,7 @@ struct Answer {
     std::vector<Error> errors;
     bool hasComponents = false;  ///< the ports' components are part of the answer
     std::optional<std::vector<PendingView>> pending;  ///< updates that wait for a reboot
+    std::optional<RepairView> repair;
     std::optional<WrittenReport> report;
     std::optional<Restored> restored;
 };
@@ -92,7 +94,8 @@ struct Conclusion {
 /// A port has failed when an error names it or one of its components has failed. An error that
 /// names no port of the answer ends the run: the result is Failed, or Partial where something has
 /// been updated all the same. Without errors the result is Nothing when the answer has components
-/// and all of them are skipped or not needed, or is about pending updates and there are none.
+/// and all of them are skipped or not needed, or is about pending updates or a repair and there is
+/// none.
 ///
 /// Exit codes: 0 done or nothing to do, 1 failed, 2 usage, 3 no such device or no
 /// adapter, 4 some ports failed, 7 busy, 8 package or index damaged or unsuitable, 9 not root. A

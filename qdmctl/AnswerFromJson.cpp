@@ -1,6 +1,7 @@
 #include "qdmctl/AnswerFromJson.h"
 
 #include "qdmctl/AnswerPending.h"
+#include "qdmctl/AnswerRepair.h"
 
 #include <nlohmann/json.hpp>
 
@@ -86,6 +87,9 @@ Answer AnswerOf(const Json& json) {
     }
     if (json.contains("pending")) {
         answer.pending = PendingFromJson(json.at("pending"));
+    }
+    if (json.contains("repair")) {
+        answer.repair = RepairFromJson(json.at("repair"));
     }
     if (json.contains("report")) {
         answer.report = ReportFromJson(json.at("report"));

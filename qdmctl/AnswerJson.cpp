@@ -1,6 +1,7 @@
 #include "qdmctl/AnswerJson.h"
 
 #include "qdmctl/AnswerPending.h"
+#include "qdmctl/AnswerRepair.h"
 
 #include <nlohmann/json.hpp>
 
@@ -93,6 +94,9 @@ std::string ToJson(const Answer& answer) {
     }
     if (answer.pending) {
         json["pending"] = PendingToJson(*answer.pending);
+    }
+    if (answer.repair) {
+        json["repair"] = RepairToJson(*answer.repair);
     }
     if (answer.report) {
         json["report"] = ReportToJson(*answer.report);

@@ -1,6 +1,7 @@
 #include "qdmctl/AnswerTable.h"
 
 #include "qdmctl/AnswerPending.h"
+#include "qdmctl/AnswerRepair.h"
 #include "qdmctl/SafeText.h"
 
 #include <algorithm>
@@ -162,7 +163,7 @@ std::string ErrorsToText(const std::vector<Error>& errors, const TableStyle& sty
 }
 
 bool HasTable(const Answer& answer) {
-    return !answer.ports.empty() || answer.pending || answer.restored;
+    return !answer.ports.empty() || answer.pending || answer.repair || answer.restored;
 }
 
 std::string ToTable(const Answer& answer, const TableStyle& style) {
@@ -172,6 +173,7 @@ std::string ToTable(const Answer& answer, const TableStyle& style) {
     };
     add(answer.hasComponents ? Summary(answer) : std::string());
     add(answer.pending ? PendingToText(*answer.pending, style) : std::string());
+    add(answer.repair ? RepairToText(*answer.repair, style) : std::string());
     add(answer.report ? ReportToText(*answer.report, style) : std::string());
     add(answer.restored ? RestoredToText(*answer.restored, style) : std::string());
     add(ErrorsToText(answer.errors, style));

@@ -12,6 +12,8 @@ const std::vector<Command>& Commands() {
          DeviceFilter | Confirmation | UpdateChoice, RunUpdate},
         {"pending", "show updates that wait for a reboot, or what has become of them",
          "qdm.pending/1", false, false, NoOptions, RunPending},
+        {"repair", "finish an installation of the adapter utility that an update has begun",
+         "qdm.repair/1", false, true, Confirmation, RunRepair},
         {"report", "write the provider's configuration report into a folder", "qdm.report/1", false,
          false, DeviceFilter | OutputOption, RunReport},
         {"restore", "drop what earlier runs have left, so that the next one reads anew",

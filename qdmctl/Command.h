@@ -36,6 +36,7 @@ Answer RunList(const Options& options, Console& console);
 Answer RunCheck(const Options& options, Console& console);
 Answer RunUpdate(const Options& options, Console& console);
 Answer RunPending(const Options& options, Console& console);
+Answer RunRepair(const Options& options, Console& console);
 Answer RunReport(const Options& options, Console& console);
 Answer RunRestore(const Options& options, Console& console);
 

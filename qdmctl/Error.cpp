@@ -33,6 +33,7 @@ constexpr ErrorKind errorKinds[] = {
     {"output-failed", exitFailed},
     {"update-failed", exitFailed},
     {"not-confirmed", exitFailed},
+    {"repair-failed", exitFailed},
     {"interrupted", exitFailed},
     {"internal", exitFailed},
 };

@@ -26,6 +26,7 @@ enum class ErrorId {
     Output,
     UpdateFailed,
     NotConfirmed,
+    RepairFailed,
     Interrupted,
     Internal
 };

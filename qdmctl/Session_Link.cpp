@@ -1,6 +1,7 @@
 #include "host/CNecessaryComponentInfo.h"
 #include "host/CVendor.h"
 #include "qdmctl/Reasons.h"
+#include "qdmctl/RepairNote.h"
 #include "qdmctl/Session.h"
 
 #include <algorithm>
@@ -69,10 +70,14 @@ bool Session::MakeVendor(PortSession& port) {
 bool Session::ToolPresent() {
     std::list<CNecessaryComponentInfo> missing;
     ports.front().vendor->GetShortageOfNecessaryApplicationInfo(missing);
+    const auto note = ReadRepairNote(root);
+    const bool begun = note && *note.value;
     for (const CNecessaryComponentInfo& component : missing) {
         AddError(ErrorId::ToolMissing, component.name + " is not installed",
-                 "install the adapter maker's management utility; the adapters can be neither "
-                 "read nor updated without it");
+                 begun ? "an update has begun to install version " + (*note.value)->version +
+                             " of it: run qdmctl repair, which finishes that"
+                       : "install the adapter maker's management utility; the adapters can be "
+                         "neither read nor updated without it");
     }
     return missing.empty();
 }

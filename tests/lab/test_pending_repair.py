@@ -99,3 +99,96 @@ def test_store_is_shown_where_nothing_can_be_read_and_a_damaged_one_is_kept(lab)
     assert STORE in answer.json["errors"][0]["message"] and "pending" not in answer.json
     assert lab.inside(STORE).read_text() == '{"schema"'
     assert ask(lab, "list").exit_code == 0
+
+
+UTILITY = "10.2.400.1"
+NOTE = f"{ROOT}/state/repair.json"
+UNPACKED = f"{ROOT}/tmp/EMULEX/temp/tmp"
+FOLDER = f"{UNPACKED}/x64"
+
+
+def lose_utility(lab, *options):
+    """What an update leaves that has removed the utility and not installed the new one."""
+    lab.qdmctl("list")
+    module = lab.package(None, UTILITY, *options, kind="util")
+    lab.run("python3", "-m", "zipfile", "-e", f"/repo/{module.name}", UNPACKED)
+    lab.run("sh", "-c", f"chmod 777 {FOLDER}/*; {FOLDER}/uninstall.sh")
+    write_state(lab, NOTE, {
+        "schema": "qdm.repair-note/1", "kind": "util", "version": UTILITY, "folder": FOLDER,
+        "command": f"{FOLDER}/install.sh -q", "missing": HBACMD})
+
+
+def repair(lab, *arguments, **keywords):
+    return ask(lab, "repair", *arguments, **keywords)
+
+
+def installs(lab):
+    return len(lab.calls("install.sh"))
+
+
+def test_repair_installs_what_an_update_has_begun(lab):
+    empty = repair(lab, "--yes")
+    assert (empty.exit_code, empty.json["result"], empty.json["repair"]["note"]) == \
+        (0, "nothing", None)
+    lose_utility(lab, "--daemon", "--fail-install", "1")
+    missing = ask(lab, "list")
+    assert missing.error_ids() == ["tool-missing"], missing
+    assert "run qdmctl repair" in missing.json["errors"][0]["hint"]
+    assert (repair(lab).exit_code, repair(lab, "--dry-run").exit_code) == (2, 0)
+    assert installs(lab) == 0
+    failed = repair(lab, "--yes", "--trace", "/root/trace")
+    [error] = failed.json["errors"]
+    assert (failed.exit_code, error["id"]) == (1, "repair-failed")
+    assert "status 1" in error["message"] and "Installation failed" in error["message"]
+    assert "Installation failed" in lab.inside("/root/trace").read_text()
+    assert lab.inside(NOTE).exists() and installs(lab) == 1
+    done = lab.run("qdmctl", "repair", "--yes")
+    assert done.returncode == 0 and f"answers with version {UTILITY}" in done.stdout, done
+    assert "installing the adapter utility" in done.stderr
+    assert not lab.inside(NOTE).exists() and lab.show()["tool"]["version"] == UTILITY
+    assert repair(lab, "--yes").json["result"] == "nothing"
+    assert ask(lab, "list").json["ports"][0]["versions"]["utility"] == UTILITY
+    lab.reboot()  # the utility has left a process
+
+
+@pytest.mark.parametrize("version, outcome, left", [
+    (UTILITY, "not-needed", False), ("10.2.400.9", "skipped", True)])
+def test_repair_leaves_a_utility_alone_that_answers(lab, version, outcome, left):
+    lose_utility(lab)
+    lab.run(f"{FOLDER}/install.sh", "-q")
+    note = json.loads(lab.inside(NOTE).read_text())
+    write_state(lab, NOTE, {**note, "version": version})
+    for options in (["--dry-run"], ["--yes"]):
+        assert lab.inside(NOTE).exists()
+        answer = repair(lab, *options)
+        assert (answer.exit_code, answer.json["result"]) == (0, "nothing"), answer
+        assert answer.json["repair"]["outcome"] == outcome
+    assert lab.inside(NOTE).exists() == left and installs(lab) == 1
+
+
+def opened(lab):
+    """The package's scripts are writable for all, so the way to them must be closed."""
+    for path in (f"{ROOT}/tmp", f"{ROOT}/tmp/EMULEX", f"{ROOT}/tmp/EMULEX/temp", UNPACKED, FOLDER):
+        os.chmod(lab.inside(path), 0o755)
+
+
+def linked(lab):
+    lab.inside(f"{FOLDER}/install.sh").unlink()
+    lab.inside(f"{FOLDER}/install.sh").symlink_to("/bin/sh")
+
+
+@pytest.mark.parametrize("spoil, error, named", [
+    (lambda lab: lab.inside(FOLDER).rename(lab.inside("/root/away")), "repair-failed", FOLDER),
+    (lambda lab: lab.inside(f"{FOLDER}/install.sh").unlink(), "repair-failed", "install.sh"),
+    (opened, "work-area", "writable for other users"), (linked, "work-area", "install.sh"),
+    (lambda lab: os.chown(lab.inside(FOLDER), 1000, 1000), "work-area", "belongs to another"),
+    (lambda lab: os.chmod(lab.inside(NOTE), 0o666), "work-area", NOTE),
+    (lambda lab: write_state(lab, NOTE, lab.inside(NOTE).read_text().replace("-q", "; id")),
+     "work-area", NOTE)], ids=["gone", "script", "open", "link", "foreign", "note", "command"])
+def test_repair_runs_nothing_that_others_could_have_changed(lab, spoil, error, named):
+    lose_utility(lab)
+    spoil(lab)
+    answer = repair(lab, "--yes")
+    assert (answer.exit_code, answer.error_ids()) == (1, [error]), answer
+    assert named in answer.json["errors"][0]["message"] and answer.json["errors"][0]["hint"]
+    assert installs(lab) == 0 and lab.inside(NOTE).exists()
