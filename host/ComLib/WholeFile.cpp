@@ -31,8 +31,7 @@ bool ReplaceFile(const std::string& path, const std::string& content) {
     if (!descriptor) {
         return false;
     }
-    if (WriteAll(descriptor.Get(), content) && fsync(descriptor.Get()) == 0 &&
-        std::rename(scratch.c_str(), path.c_str()) == 0) {
+    if (WriteAll(descriptor.Get(), content) && std::rename(scratch.c_str(), path.c_str()) == 0) {
         return true;
     }
     const int error = errno;
