@@ -1,5 +1,7 @@
 #include "host/CTraceUtility.h"
+#include "provider/common/AdapterTable.h"
 #include "provider/common/CEmulexCommon.h"
+#include "provider/common/TextFile.h"
 #include "provider/common/Trace.h"
 #include "provider/common/WorkArea.h"
 #include "provider/modules/CFC_EMULEX_16G_Firmware.h"
@@ -49,7 +51,20 @@ void WriteAttributes() {
            "\nDriver Name      : lpfc\nDriver Version   : 10.2.370.15; interface 2.3\n";
 }
 
-/// What one look-up of a port reads.
+/// What a look-up of one port does first.
+void ScanListing(benchmark::State& state) {
+    WriteListing(state.range(0));
+    for (auto _ : state) {
+        TextFile file(WorkArea::AdapterList());
+        const AdapterTable adapters(file);
+        if (adapters.Size() != static_cast<std::size_t>(state.range(0))) {
+            state.SkipWithError("the listing was not read");
+        }
+    }
+}
+BENCHMARK(ScanListing)->Arg(8)->Arg(32)->Arg(256)->Unit(benchmark::kMicrosecond);
+
+/// The same, with a record made of every port.
 void ReadListing(benchmark::State& state) {
     WriteListing(state.range(0));
     for (auto _ : state) {

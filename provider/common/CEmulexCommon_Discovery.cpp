@@ -2,9 +2,9 @@
 #include "host/CFileUtility.h"
 #include "host/CStringUtil.h"
 #include "host/PrivateProfile.h"
+#include "provider/common/AdapterTable.h"
 #include "provider/common/CEmulexCommon.h"
 #include "provider/common/ErrorCode.h"
-#include "provider/common/KeyValueLine.h"
 #include "provider/common/TextFile.h"
 #include "provider/common/Trace.h"
 #include "provider/common/TraceScope.h"
@@ -12,11 +12,12 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 namespace {
 
-using Adapter = std::map<std::string, std::string>;
+using Adapter = AdapterTable::Record;
 
 struct Location {
     int bus, device, function;
@@ -30,8 +31,6 @@ constexpr unsigned int iniValueSize = 256;
 constexpr std::size_t vendorPrefixLength = 4;  // "VEN_"
 constexpr std::size_t devicePartLength = 7;    // "DEV_" and all digits but the last
 
-constexpr const char* busKey = "PCI Bus Number";
-constexpr const char* functionKey = "PCI Function";
 constexpr std::size_t valueColumn = 17;
 
 constexpr int functionsPerDevice = 2;
@@ -98,85 +97,37 @@ void AppendCnaIds(std::list<std::string>& ids) {
 
 // Adapter list.
 
-// One key of the adapter record: what each line that holds it yields, in the file's order.
-struct Column {
-    std::vector<std::string> keys;
-    std::vector<std::optional<KeyValueLine::Pair>> lines;
-};
-
-std::vector<Column> EmptyColumns() {
-    return {{{"Port WWN", "Permanent MAC"}, {}},
-            {{"Port Number"}, {}},
-            {{busKey}, {}},
-            {{functionKey}, {}},
-            {{"Port Type"}, {}},
-            {{"Serial No."}, {}}};
-}
-
-void Take(const std::string& line, Column& column) {
-    if (const auto match = KeyValueLine::Find(line, column.keys)) {
-        column.lines.push_back(KeyValueLine::Extract(line, *match, ":"));
-    }
-}
-
-// One pass in place of one reading of the file for every record and key.
-std::vector<Column> ReadColumns(TextFile& file) {
-    std::vector<Column> columns = EmptyColumns();
-    std::string line;
-    while (file.Read(line)) {
-        line = KeyValueLine::WithoutLineEnd(line);
-        for (Column& column : columns) {
-            Take(line, column);
-        }
-    }
-    return columns;
-}
-
-// As the key/value reader answers for this index: the lines before it count whether they have a
-// value or not, then the first one with a value is taken.
-std::optional<KeyValueLine::Pair> ValueAt(const Column& column, std::size_t index) {
-    for (std::size_t i = index; i < column.lines.size(); ++i) {
-        if (column.lines[i]) {
-            return column.lines[i];
-        }
-    }
-    return std::nullopt;
-}
-
-Adapter RecordAt(const std::vector<Column>& columns, std::size_t index) {
-    Adapter record;
-    for (const Column& column : columns) {
-        const auto pair = ValueAt(column, index);
-        if (!pair) {
-            break;
-        }
-        record[pair->first] = pair->second;
-    }
-    return record;
-}
-
-bool ReadAdapters(std::list<Adapter>& adapters) {
+std::optional<AdapterTable> ReadAdapters() {
     TextFile file(WorkArea::AdapterList());
     if (!file) {
-        return false;
+        return std::nullopt;
     }
-    const std::vector<Column> columns = ReadColumns(file);
-    for (std::size_t index = 0;; ++index) {
-        Adapter record = RecordAt(columns, index);
-        if (record.empty()) {
-            break;
-        }
-        adapters.push_back(std::move(record));
-    }
-    if (adapters.empty()) {
+    AdapterTable adapters(file);
+    if (adapters.Size() == 0) {
         CEmulexCommon::SetLastError(ErrorCode::NoAdapter);
+        return std::nullopt;
     }
-    return !adapters.empty();
+    return adapters;
+}
+
+// What the list operation does, for callers that need no record of their own.
+std::optional<AdapterTable> ListAdapters(bool asked) {
+    TraceScope trace("CEmulexCommon::GetHBAInfoList");
+    trace.SetExit("CEmulexCommon::GetHBAInfoList(NG) [END]");
+    if (!asked) {
+        CEmulexCommon::SetLastError(ErrorCode::NullArgument);
+        return std::nullopt;
+    }
+    std::optional<AdapterTable> adapters = ReadAdapters();
+    if (adapters) {
+        trace.SetExit("CEmulexCommon::GetHBAInfoList(OK) [END]");
+    }
+    return adapters;
 }
 
 // The number in at most `width` characters at the value column; nothing where there is none.
-std::optional<long> NumberInColumn(const std::string& line, std::size_t width) {
-    std::string digits = Behind(line, valueColumn).substr(0, width);
+std::optional<long> NumberInColumn(std::string_view line, std::size_t width) {
+    std::string digits(line.substr(std::min(valueColumn, line.size()), width));
     CStringUtil::strTrimAll(digits, digits);
     if (!CStringUtil::IsDigitString(digits)) {
         return std::nullopt;
@@ -187,37 +138,39 @@ std::optional<long> NumberInColumn(const std::string& line, std::size_t width) {
 // How many function numbers the adapter list gives each device: it shows a number of 8 or more on
 // this bus only when it counts as PCI does.
 int FunctionMultiplier(TextFile& file, int bus) {
-    std::string line;
-    while (file.Read(line)) {
-        if (line.find(busKey) == std::string::npos) {
+    const std::string_view initial(AdapterTable::BusKey.data(), 1);
+    while (file.SkipTo(initial)) {
+        auto line = file.Next();
+        if (!line || line->find(AdapterTable::BusKey) == std::string_view::npos) {
             continue;
         }
-        CTraceUtility::WriteDebug(Trace::File, Trace::Info, "[%s] is found", busKey);
+        CTraceUtility::WriteDebug(Trace::File, Trace::Info, "[%s] is found",
+                                  AdapterTable::BusKey.c_str());
         // Relied on: a bus of two digits is never found.
-        if (NumberInColumn(line, 1) != bus || !file.Read(line)) {
+        if (NumberInColumn(*line, 1) != bus || !(line = file.Next())) {
             continue;
         }
-        if (line.find(functionKey) != std::string::npos &&
-            NumberInColumn(line, 2).value_or(0) >= pciFunctionsPerDevice) {
+        if (line->find(AdapterTable::FunctionKey) != std::string_view::npos &&
+            NumberInColumn(*line, 2).value_or(0) >= pciFunctionsPerDevice) {
             return pciFunctionsPerDevice;
         }
     }
     return functionsPerDevice;
 }
 
-std::string Value(const Adapter& record, const char* key) {
-    const auto found = record.find(key);
-    return found == record.end() ? "" : found->second;
+// For a trace: a text that ends where the view does.
+const char* Text(std::string_view value) {
+    return value.empty() ? "" : value.data();
 }
 
-bool IsAt(const Adapter& record, const std::string& bus, const std::string& function) {
-    const std::string recordBus = Value(record, busKey);
-    const std::string recordFunction = Value(record, functionKey);
+bool IsAt(const AdapterTable& adapters, std::size_t index, const std::string& bus,
+          const std::string& function) {
+    const std::string_view recordBus = adapters.Value(index, AdapterTable::Bus);
+    const std::string_view recordFunction = adapters.Value(index, AdapterTable::Function);
     CTraceUtility::WriteDebug(Trace::File, Trace::Info,
                               "CEmulexCommon::GetHBAInfo() EMULEX_CMN_HBAKEY_PCIBUSNUM[%s] bus[%s] "
                               "EMULEX_CMN_HBAKEY_PCIFUNC[%s] func[%s]",
-                              recordBus.c_str(), bus.c_str(), recordFunction.c_str(),
-                              function.c_str());
+                              Text(recordBus), bus.c_str(), Text(recordFunction), function.c_str());
     return recordBus == bus && recordFunction == function;
 }
 
@@ -235,7 +188,7 @@ std::optional<Location> Locate(const std::string& deviceId) {
     return at;
 }
 
-bool FindAdapter(const std::list<Adapter>& adapters, const Location& location, Adapter& adapter) {
+bool FindAdapter(const AdapterTable& adapters, const Location& location, Adapter& adapter) {
     TextFile file(WorkArea::AdapterList());
     if (!file) {
         return false;
@@ -245,15 +198,14 @@ bool FindAdapter(const std::list<Adapter>& adapters, const Location& location, A
         location.function;
     const std::string bus = CStringUtil::NumberToTString(location.bus);
     const std::string function = CStringUtil::NumberToTString(number);
-    const auto found = std::find_if(adapters.begin(), adapters.end(), [&](const Adapter& record) {
-        return IsAt(record, bus, function);
-    });
-    if (found == adapters.end()) {
-        CEmulexCommon::SetLastError(ErrorCode::NoMatchingAdapter);
-        return false;
+    for (std::size_t index = 0; index < adapters.Size(); ++index) {
+        if (IsAt(adapters, index, bus, function)) {
+            adapter = adapters.At(index);
+            return true;
+        }
     }
-    adapter = *found;
-    return true;
+    CEmulexCommon::SetLastError(ErrorCode::NoMatchingAdapter);
+    return false;
 }
 
 }  // namespace
@@ -292,18 +244,15 @@ bool CEmulexCommon::GetVenderIdList(std::list<std::string>* ids) {
 }
 
 bool CEmulexCommon::GetHBAInfoList(std::list<std::map<std::string, std::string>>* adapters) {
-    TraceScope trace("CEmulexCommon::GetHBAInfoList");
-    trace.SetExit("CEmulexCommon::GetHBAInfoList(NG) [END]");
+    const std::optional<AdapterTable> table = ListAdapters(adapters != nullptr);
     if (adapters == nullptr) {
-        SetLastError(ErrorCode::NullArgument);
         return false;
     }
     adapters->clear();
-    if (!ReadAdapters(*adapters)) {
-        return false;
+    for (std::size_t index = 0; table && index < table->Size(); ++index) {
+        adapters->push_back(table->At(index));
     }
-    trace.SetExit("CEmulexCommon::GetHBAInfoList(OK) [END]");
-    return true;
+    return table.has_value();
 }
 
 bool CEmulexCommon::GetHBAInfo(std::string deviceId, std::map<std::string, std::string>* adapter) {
@@ -314,8 +263,8 @@ bool CEmulexCommon::GetHBAInfo(std::string deviceId, std::map<std::string, std::
         return false;
     }
     adapter->clear();
-    std::list<Adapter> adapters;
-    if (!GetHBAInfoList(&adapters)) {
+    const std::optional<AdapterTable> adapters = ListAdapters(true);
+    if (!adapters) {
         trace.SetExit("CEmulexCommon::GetHBAInfo() GetHBAInfoList result error [END]");
         return false;
     }
@@ -325,7 +274,7 @@ bool CEmulexCommon::GetHBAInfo(std::string deviceId, std::map<std::string, std::
             "CEmulexCommon::GetHBAInfo() CCommon_Information::GetPCIInfo result error [END]");
         return false;
     }
-    const bool found = FindAdapter(adapters, *location, *adapter);
+    const bool found = FindAdapter(*adapters, *location, *adapter);
     trace.SetExit(found ? "CEmulexCommon::GetHBAInfo(OK) [END]"
                         : "CEmulexCommon::GetHBAInfo(NG) [END]");
     return found;

@@ -18,9 +18,8 @@ struct Search {
 
 // Reads on to the (index + 1)-th line that holds one of the texts.
 bool SkipTo(TextFile& file, const std::vector<std::string>& texts, unsigned int index) {
-    std::string line;
-    while (file.Read(line)) {
-        if (KeyValueLine::Find(KeyValueLine::WithoutLineEnd(line), texts) && index-- == 0) {
+    while (const auto line = file.NextInBlanks()) {
+        if (KeyValueLine::Find(*line, texts) && index-- == 0) {
             return true;
         }
     }
@@ -29,11 +28,10 @@ bool SkipTo(TextFile& file, const std::vector<std::string>& texts, unsigned int 
 
 // The first value behind a key, after `index` lines that hold one. Lines with a key and without a
 // value count as long as lines are skipped.
-KeyValueLine::Pair FirstValue(TextFile& file, const Search& search, unsigned int index) {
-    std::string line;
-    while (file.Read(line)) {
-        line = KeyValueLine::WithoutLineEnd(line);
-        const auto match = KeyValueLine::Find(line, search.keys);
+std::pair<std::string, std::string> FirstValue(TextFile& file, const Search& search,
+                                               unsigned int index) {
+    while (const auto line = file.NextInBlanks()) {
+        const auto match = KeyValueLine::Find(*line, search.keys);
         if (!match) {
             continue;
         }
@@ -41,9 +39,9 @@ KeyValueLine::Pair FirstValue(TextFile& file, const Search& search, unsigned int
             --index;
             continue;
         }
-        const auto pair = KeyValueLine::Extract(line, *match, search.separator);
-        if (pair && !pair->first.empty()) {
-            return *pair;
+        const auto value = KeyValueLine::Value(*line, *match, search.separator);
+        if (value && !match->key->empty()) {
+            return {*match->key, std::string(*value)};
         }
     }
     return {};

@@ -4,11 +4,13 @@
 #include "provider/common/ErrorCode.h"
 #include "provider/common/Trace.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 namespace {
 
-constexpr int bufferSize = 128;
+constexpr std::size_t longestPiece = 127;
 
 }  // namespace
 
@@ -21,20 +23,102 @@ TextFile::TextFile(const std::string& path) : file(std::fopen(path.c_str(), "re"
     }
 }
 
-bool TextFile::Read(std::string& piece) {
-    char buffer[bufferSize];
-    if (std::fgets(buffer, bufferSize, file.get()) == nullptr) {
-        return false;
+void TextFile::Refill() {
+    std::memmove(block.data(), block.data() + begin, end - begin);
+    end -= begin;
+    begin = 0;
+    nextOf = {};
+    const std::size_t got = std::fread(block.data() + end, 1, block.size() - end, file.get());
+    const char* const fresh = block.data() + end;
+    unusual = unusual || std::memchr(fresh, '\0', got) != nullptr ||
+              std::memchr(fresh, '\r', got) != nullptr;
+    end += got;
+    exhausted = end < block.size();
+}
+
+bool TextFile::TakePiece(char*& piece, std::size_t& size) {
+    if (end - begin < longestPiece && !exhausted) {
+        Refill();
     }
-    piece = buffer;
-    return true;
+    piece = block.data() + begin;
+    const std::size_t most = std::min(longestPiece, end - begin);
+    const void* lineEnd = std::memchr(piece, '\n', most);
+    size = lineEnd == nullptr
+               ? most
+               : static_cast<std::size_t>(static_cast<const char*>(lineEnd) - piece) + 1;
+    begin += size;
+    return size != 0;
+}
+
+std::optional<std::string_view> TextFile::Next() {
+    char* piece = nullptr;
+    std::size_t size = 0;
+    if (!TakePiece(piece, size)) {
+        return std::nullopt;
+    }
+    return std::string_view(piece, unusual ? ::strnlen(piece, size) : size);
+}
+
+std::optional<std::string_view> TextFile::NextInBlanks() {
+    char* piece = nullptr;
+    std::size_t size = 0;
+    if (!TakePiece(piece, size)) {
+        return std::nullopt;
+    }
+    if (unusual) {
+        size = ::strnlen(piece, size);
+        std::replace(piece, piece + size, '\r', ' ');
+    }
+    if (size != 0 && piece[size - 1] == '\n') {
+        piece[size - 1] = ' ';
+    }
+    return std::string_view(piece, size);
+}
+
+bool TextFile::SkipTo(std::string_view initials) {
+    for (;;) {
+        const std::size_t at = FirstOf(initials);
+        begin = PieceStart(at);
+        if (at < end && (end - begin >= longestPiece || exhausted)) {
+            return true;
+        }
+        if (exhausted) {
+            return false;
+        }
+        Refill();
+    }
+}
+
+std::size_t TextFile::FirstOf(std::string_view initials) {
+    std::size_t first = end;
+    for (std::size_t i = 0; i < initials.size(); ++i) {
+        std::size_t& next = nextOf[i];
+        if (next <= begin) {
+            const void* found = std::memchr(block.data() + begin, initials[i], end - begin);
+            next = found == nullptr
+                       ? end
+                       : static_cast<std::size_t>(static_cast<const char*>(found) - block.data());
+        }
+        first = std::min(first, next);
+    }
+    return first;
+}
+
+// A piece begins behind a line end or a whole number of pieces behind the one before.
+std::size_t TextFile::PieceStart(std::size_t at) const {
+    const void* lineEnd = ::memrchr(block.data() + begin, '\n', at - begin);
+    const std::size_t base =
+        lineEnd == nullptr
+            ? begin
+            : static_cast<std::size_t>(static_cast<const char*>(lineEnd) - block.data()) + 1;
+    return base + (at - base) / longestPiece * longestPiece;
 }
 
 bool TextFile::ReadLine(std::string& line) {
     line.clear();
-    std::string piece;
-    while ((line.empty() || line.back() != '\n') && Read(piece)) {
-        line += piece;
+    std::optional<std::string_view> piece;
+    while ((line.empty() || line.back() != '\n') && (piece = Next())) {
+        line += *piece;
     }
     return !line.empty();
 }

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 /// A text file that an adapter tool wrote.
 class TextFile {
@@ -12,9 +16,17 @@ public:
 
     explicit operator bool() const { return file != nullptr; }
 
-    /// The next piece of at most 127 characters, with its line end where it has one; false at the
-    /// end of the file. Readers that go by pieces take a longer line for several.
-    bool Read(std::string& piece);
+    /// The next piece of at most 127 characters, with its line end where it has one and cut at a
+    /// NUL; nothing at the end of the file. Readers that go by pieces take a longer line for
+    /// several. It lasts until the next call.
+    std::optional<std::string_view> Next();
+
+    /// The next piece with its carriage returns and line feeds made blank.
+    std::optional<std::string_view> NextInBlanks();
+
+    /// Passes over the pieces in which none of these characters stands, fast; false when there is
+    /// no other left. All calls name the same characters, two at most.
+    bool SkipTo(std::string_view initials);
 
     /// The next line as a whole.
     bool ReadLine(std::string& line);
@@ -24,5 +36,17 @@ private:
         void operator()(FILE* open) const { std::fclose(open); }
     };
 
+    bool TakePiece(char*& piece, std::size_t& size);
+    void Refill();
+    std::size_t FirstOf(std::string_view initials);
+    std::size_t PieceStart(std::size_t at) const;
+
     std::unique_ptr<FILE, Close> file;
+    // Of the file: what is read and not taken yet lies from `begin` to `end`.
+    std::array<char, 16384> block;
+    std::size_t begin = 0;
+    std::size_t end = 0;
+    std::array<std::size_t, 2> nextOf = {};  ///< where each initial is next, from `end` on: nowhere
+    bool exhausted = false;
+    bool unusual = false;  ///< a NUL or a carriage return was read
 };

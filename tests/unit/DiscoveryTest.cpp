@@ -137,6 +137,9 @@ TEST_F(DiscoveryTest, OnePassEqualsReadingKeyByKey) {
         }
         text.insert(random() % (text.size() + 1), random() % 100, 'x');  // lines end early
         text.resize(text.size() - random() % (text.size() / 4 + 1));
+        if (round % 3 == 1) {  // longer than what is read at once
+            text.insert(0, 16000 + random() % 400, round % 2 == 0 ? 'x' : '\n');
+        }
         WriteListing(text);
         std::list<Adapter> adapters;
         CEmulexCommon::GetHBAInfoList(&adapters);
