@@ -45,11 +45,10 @@ void ReadVersion(Session& session, PortSession& port, const RepairNote& note, Lo
 Look LookAtUtility(Session& session, const RepairNote& note) {
     Look look;
     std::vector<Error> before = std::exchange(session.answer.errors, {});
-    if (session.Link()) {
-        for (PortSession& port : session.Ports()) {
-            if (look.version.empty() && !session.Stopped()) {
-                ReadVersion(session, port, note, look);
-            }
+    const bool linked = session.Link();
+    for (PortSession& port : session.Ports()) {
+        if (linked && look.version.empty() && !session.Stopped()) {
+            ReadVersion(session, port, note, look);
         }
     }
     look.errors = std::exchange(session.answer.errors, std::move(before));

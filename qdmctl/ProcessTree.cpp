@@ -21,6 +21,8 @@ struct Process {
     pid_t pid = 0;
     pid_t parent = 0;                ///< 0: the process is gone
     unsigned long long started = 0;  ///< with the identifier, one process for good
+    pid_t group = 0;
+    pid_t session = 0;
 };
 
 Process Look(pid_t pid) {
@@ -32,12 +34,16 @@ Process Look(pid_t pid) {
     if (end == std::string::npos) {
         return {};
     }
+    if (line.compare(end, 3, ") Z") == 0) {
+        return {};  // it has ended
+    }
     std::istringstream fields(line.substr(end + 1));
-    constexpr int betweenParentAndStart = 17;
-    Process process{pid, 0, 0};
+    constexpr int betweenSessionAndStart = 15;
+    Process process;
+    process.pid = pid;
     std::string skipped;
-    fields >> skipped >> process.parent;
-    for (int i = 0; i < betweenParentAndStart; ++i) {
+    fields >> skipped >> process.parent >> process.group >> process.session;
+    for (int i = 0; i < betweenSessionAndStart; ++i) {
         fields >> skipped;
     }
     fields >> process.started;
@@ -63,7 +69,8 @@ std::unordered_multimap<pid_t, Process> ChildrenByParent() {
 
 std::vector<Process> DescendantsOf(pid_t ancestor) {
     const auto children = ChildrenByParent();
-    std::vector<Process> found{Process{ancestor, 0, 0}};
+    std::vector<Process> found(1);
+    found[0].pid = ancestor;
     for (std::size_t i = 0; i < found.size(); ++i) {
         const auto range = children.equal_range(found[i].pid);
         for (auto child = range.first; child != range.second; ++child) {
@@ -101,6 +108,20 @@ void EndDescendants(pid_t ancestor) {
     for (const Process& process : DescendantsOf(ancestor)) {
         End(process);
     }
+}
+
+std::vector<pid_t> PidsLeftBy(pid_t worker) {
+    std::vector<pid_t> pids;
+    for (const auto& [parent, process] : ChildrenByParent()) {
+        if (process.pid == worker) {
+            return {};  // another process by now: a number in use by a session is not given anew
+        }
+        if (process.session == worker &&
+            (process.group == process.pid || process.group == worker)) {
+            pids.push_back(process.pid);
+        }
+    }
+    return pids;
 }
 
 }  // namespace qdmctl

@@ -55,7 +55,7 @@ Place LookInto(const Place& folder) {
     std::filesystem::recursive_directory_iterator entry(folder.path, error);
     for (const std::filesystem::recursive_directory_iterator none; !error && entry != none;
          entry.increment(error)) {
-        const Place place = Look(entry->path().string(), folder.closed);
+        Place place = Look(entry->path().string(), folder.closed);
         if (!place.fault.empty()) {
             return place;
         }

@@ -1,10 +1,14 @@
 #include "qdmctl/RunLock.h"
 
+#include "qdmctl/BootIdentifier.h"
+#include "qdmctl/ProcessTree.h"
+
 #include <unistd.h>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <fstream>
+#include <vector>
 
 namespace qdmctl {
 namespace {
@@ -20,7 +24,7 @@ std::string HolderNote(const std::string& purpose) {
     char since[32];
     std::strftime(since, sizeof since, "%Y-%m-%d %H:%M:%S", &local);
     return "qdmctl " + purpose + " (process " + std::to_string(::getpid()) + ", since " + since +
-           ")";
+           ")\n" + std::to_string(::getpid()) + " " + BootIdentifier() + "\n";
 }
 
 /// The note is for people; a lock without one still holds.
@@ -37,12 +41,50 @@ std::string ReadNote(const std::string& file) {
     return note.empty() ? "another changing run" : note;
 }
 
+/// Who has left a note without taking it back, if that was in this boot.
+pid_t LostHolder(const std::string& file) {
+    std::ifstream stream(file);
+    std::string note;
+    std::string boot;
+    pid_t holder = 0;
+    std::getline(stream, note);
+    stream >> holder >> boot;
+    return boot == BootIdentifier() ? holder : 0;
+}
+
 }  // namespace
+
+RunLock::~RunLock() {
+    if (holdsNote) {
+        WriteNote(change.Descriptor(), "");
+    }
+}
+
+bool RunLock::LeftAtWork(const std::string& file) {
+    const pid_t holder = LostHolder(file);
+    const auto left = holder > 0 ? PidsLeftBy(holder) : std::vector<pid_t>();
+    if (left.empty()) {
+        return false;
+    }
+    text = ReadNote(file) + " was killed, and what it had begun, process " +
+           std::to_string(left.front()) + ",";
+    change.Unlock();
+    return true;
+}
 
 RunLock::Result RunLock::Fail(const std::string& file) {
     diskFull = errno == ENOSPC || errno == EDQUOT;
     text = "cannot lock " + file + ": " + std::strerror(errno);
     return Result::Failed;
+}
+
+RunLock::Result RunLock::TakeOver(const std::string& file, const std::string& purpose) {
+    if (LeftAtWork(file)) {
+        return Result::Busy;
+    }
+    holdsNote = true;
+    WriteNote(change.Descriptor(), HolderNote(purpose));
+    return Result::Held;
 }
 
 RunLock::Result RunLock::AcquireChanging(const std::string& root, const std::string& purpose,
@@ -51,8 +93,7 @@ RunLock::Result RunLock::AcquireChanging(const std::string& root, const std::str
     while (!stopped()) {
         const auto locked = change.Lock(file, FileLock::Mode::Exclusive, ShortWaitMs);
         if (locked == FileLock::Result::Locked) {
-            WriteNote(change.Descriptor(), HolderNote(purpose));
-            return Result::Held;
+            return TakeOver(file, purpose);
         }
         if (locked == FileLock::Result::Failed) {
             return Fail(file);
@@ -77,6 +118,9 @@ RunLock::Result RunLock::AcquireReading(const std::string& root,
     }
     if (shared == FileLock::Result::Failed) {
         return Fail(changeFile);
+    }
+    if (LeftAtWork(changeFile)) {
+        return Result::Busy;
     }
     const std::string readFile = root + ReadLockFile;
     while (!stopped()) {

@@ -8,9 +8,15 @@
 namespace qdmctl {
 
 /// Keeps runs out of each other's way. A changing run holds the lock alone. Reading runs share it,
-/// and wait for each other on a second one, since they write the same cache files.
+/// and wait for each other on a second one, since they write the same cache files. The lock ends
+/// with its holder; what a holder that was killed has left at work counts as busy all the same.
 class RunLock {
 public:
+    RunLock() = default;
+    ~RunLock();
+    RunLock(const RunLock&) = delete;
+    RunLock& operator=(const RunLock&) = delete;
+
     enum class Result { Held, Busy, Stopped, Failed };
 
     /// `purpose` names the command; `stopped` is asked while waiting for reading runs to end. Busy:
@@ -27,11 +33,14 @@ public:
 
 private:
     Result Fail(const std::string& file);
+    Result TakeOver(const std::string& file, const std::string& purpose);
+    bool LeftAtWork(const std::string& file);
 
     FileLock change;
     FileLock read;
     std::string text;
     bool diskFull = false;
+    bool holdsNote = false;
 };
 
 }  // namespace qdmctl

@@ -250,6 +250,23 @@ def test_hanging_flash_is_told_and_never_ended(make_lab):
     assert "0000:03:00.0-10df-e200 00:04 - do not power off" in said
 
 
+def test_flash_that_outlives_its_run_keeps_others_out(make_lab):
+    lab = make_lab(server=SERVER)
+    fill(lab)
+    lab.fault("Download", "hang", "times", "1")
+    process = lab.start(*update("new"))
+    await_that(lambda: lab.calls("Download"))
+    for pid in [*worker_of(lab, process), process.pid]:
+        os.kill(pid, signal.SIGKILL)
+    process.communicate()
+    for command in (update("new"), ["qdmctl", "list", "--json"]):
+        busy = lab.run(*command)
+        assert busy.returncode == 7 and "was killed, and what it had begun" in busy.stdout, busy
+    end_tool(lab)
+    await_that(lambda: is_idle(lab), 10)
+    assert lab.run(*update("new")).returncode == 0
+
+
 @pytest.mark.parametrize("front_dies", [False, True])
 def test_hanging_read_ends_and_leaves_nothing_behind(make_lab, front_dies):
     lab = make_lab(server=SERVER)
