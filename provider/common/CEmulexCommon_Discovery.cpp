@@ -27,6 +27,8 @@ constexpr const char* fcList = "FcVCFac.ini";
 constexpr const char* cnaList = "CnaVCFac.ini";
 constexpr const char* section = "SuportDevice";
 constexpr unsigned int iniValueSize = 256;
+// Each entry costs readings of the file: a damaged count must not keep the caller for hours.
+constexpr int mostEntries = 1000;
 
 constexpr std::size_t vendorPrefixLength = 4;  // "VEN_"
 constexpr std::size_t devicePartLength = 7;    // "DEV_" and all digits but the last
@@ -52,8 +54,8 @@ std::string Behind(const std::string& text, std::size_t length) {
 // Calls take(vendor value, number of the entry) for every entry of an accepted vendor.
 template <typename Take>
 void ForEachEntry(const std::string& path, const std::vector<std::string>& vendors, Take take) {
-    const long count = GetPrivateProfileIntA(section, "SuportDeviceNum", 0, path.c_str());
-    for (long i = 1; i <= count; ++i) {
+    const int count = GetPrivateProfileIntA(section, "SuportDeviceNum", 0, path.c_str());
+    for (long i = 1; i <= std::min(count, mostEntries); ++i) {
         const std::string number = CStringUtil::NumberToTString(i);
         const std::string vendor = IniText(path, "Vendor" + number);
         const std::string id = Behind(vendor, vendorPrefixLength);

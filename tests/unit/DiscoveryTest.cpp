@@ -34,6 +34,10 @@ TEST_F(DiscoveryTest, SupportedDevices) {
         {"/FcVCFac.ini", supported, {}, {f101, x0720, x0720 + "0"}},
         {"/some/where/CnaVCFac.ini", supported, {"PCI\\VEN_19A2&DEV_0710", x0720}, {}},
         {"/FcVCFac.ini", "[SuportDevice]\nVendor1=VEN_10DF\nDevice1=D", {}, {}},
+        {"/FcVCFac.ini",
+         "[SuportDevice]\nSuportDeviceNum=2147483647\nVendor1=VEN_10DF",
+         {},
+         {"PCI\\VEN_10DF&"}},
         {"/Other.ini", supported, {}, {}},
     };
     for (const auto& [name, text, cnaIds, fcIds] : rows) {
