@@ -2,6 +2,7 @@
 
 #include "qdmctl/AnswerPending.h"
 #include "qdmctl/AnswerRepair.h"
+#include "qdmctl/JsonNumber.h"
 
 #include <nlohmann/json.hpp>
 
@@ -48,7 +49,9 @@ Port PortOf(const Json& json) {
     port.wwpn = TextOf(json, "wwpn");
     const Json& pci = json.at("pci");
     if (!pci.is_null()) {
-        port.pci = PciLocation{pci.at("bus"), pci.at("device"), pci.at("function")};
+        port.pci = PciLocation{WholeNumber<unsigned>(pci.at("bus")),
+                               WholeNumber<unsigned>(pci.at("device")),
+                               WholeNumber<unsigned>(pci.at("function"))};
     }
     const Json& versions = json.at("versions");
     port.versions = {TextOf(versions, "firmware"), TextOf(versions, "boot_bios"),
@@ -67,7 +70,7 @@ Error ErrorOf(const Json& json) {
     error.deviceId = TextOf(json, "device_id");
     error.kind = TextOf(json, "kind");
     if (json.contains("last_error")) {
-        error.lastError = json.at("last_error").get<unsigned long>();
+        error.lastError = WholeNumber<unsigned long>(json.at("last_error"));
     }
     error.messageId = TextOf(json, "message_id");
     return error;
@@ -77,7 +80,7 @@ Answer AnswerOf(const Json& json) {
     Answer answer;
     answer.schema = TextOf(json, "schema");
     answer.result = IdOf(json.at("result"), Result::Failed);
-    answer.exitCode = json.at("exit_code").get<int>();
+    answer.exitCode = WholeNumber<int>(json.at("exit_code"));
     for (const Json& port : json.at("ports")) {
         answer.ports.push_back(PortOf(port));
         answer.hasComponents = answer.hasComponents || port.contains("components");

@@ -164,6 +164,9 @@ Json ParseJson(const std::string& text, Faults& faults) {
         faults.Add("line " + std::to_string(1 + std::count(text.begin(), end, '\n')),
                    "is not valid JSON");
         return nullptr;
+    } catch (const Json::out_of_range&) {
+        faults.Add("", "holds a number that is too large");
+        return nullptr;
     }
 }
 

@@ -1,14 +1,15 @@
 #include "qdmctl/Step.h"
 
-#include <nlohmann/json.hpp>
+#include "qdmctl/JsonNumber.h"
 
 namespace qdmctl {
 
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Step, number, total, phase, device, changing, announce,
-                                   deadlineMs)
-
 std::string ToText(const Step& step) {
-    return nlohmann::json(step).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    const nlohmann::json json = {{"number", step.number},        {"total", step.total},
+                                 {"phase", step.phase},          {"device", step.device},
+                                 {"changing", step.changing},    {"announce", step.announce},
+                                 {"deadlineMs", step.deadlineMs}};
+    return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 std::optional<Step> StepFromText(const std::string& text) {
@@ -17,7 +18,13 @@ std::optional<Step> StepFromText(const std::string& text) {
         return std::nullopt;
     }
     try {
-        return json.get<Step>();
+        return Step{WholeNumber<unsigned>(json.at("number")),
+                    WholeNumber<unsigned>(json.at("total")),
+                    json.at("phase").get<std::string>(),
+                    json.at("device").get<std::string>(),
+                    json.at("changing").get<bool>(),
+                    json.at("announce").get<bool>(),
+                    WholeNumber<unsigned>(json.at("deadlineMs"))};
     } catch (const nlohmann::json::exception&) {
         return std::nullopt;
     }

@@ -1,12 +1,15 @@
 #include "qdmctl/Answer.h"
+#include "qdmctl/AnswerFromJson.h"
 #include "qdmctl/AnswerJson.h"
 #include "qdmctl/AnswerTable.h"
 #include "qdmctl/SafeText.h"
+#include "qdmctl/Step.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <tuple>
 
 namespace qdmctl {
 namespace {
@@ -154,6 +157,28 @@ TEST(AnswerJson, AListHasNoComponentsAndAnUnknownWwpnIsNull) {
     EXPECT_FALSE(port.contains("reported_model_key"));
     EXPECT_TRUE(port["wwpn"].is_null());
     EXPECT_EQ(port["pci"], nlohmann::json({{"bus", 3}, {"device", 0}, {"function", 1}}));
+}
+
+TEST(AnswerFromJson, RefusesNumbersThatDoNotFitTheirPlace) {
+    const std::tuple<const char*, bool, bool> rows[] = {
+        {"2147483647", true, true},   {"-2147483648", true, false},  {"4294967295", false, true},
+        {"4294967296", false, false}, {"-2147483649", false, false}, {"1e99", false, false},
+        {"1.0", false, false},        {"true", false, false}};
+    for (const auto& [number, isExitCode, isStepNumber] : rows) {
+        const std::string text = number;
+        EXPECT_EQ(FromJson("{\"result\": \"ok\", \"ports\": [], \"errors\": [], \"exit_code\": " +
+                           text + "}")
+                      .has_value(),
+                  isExitCode)
+            << text;
+        EXPECT_EQ(
+            StepFromText("{\"total\": 1, \"phase\": \"\", \"device\": \"\", \"changing\": true, "
+                         "\"announce\": true, \"deadlineMs\": 0, \"number\": " +
+                         text + "}")
+                .has_value(),
+            isStepNumber)
+            << text;
+    }
 }
 
 std::vector<std::string> LinesOf(const std::string& text) {

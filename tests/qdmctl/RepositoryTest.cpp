@@ -53,6 +53,7 @@ TEST(Repository, RefusesADamagedIndexAndNamesTheFault) {
         {"{\n\"schema\": \"qdm.repository/1\",\n\"packages\": [", "line 3: is not valid JSON"},
         {"{\"schema\": \"\xff\"}", "is not valid JSON"},
         {std::string(200000, '['), "is not valid JSON"},
+        {"{\"schema\": 1e999}", "holds a number that is too large"},
         {"[]", "must be an object"},
         {"{\"packages\": []}", "schema: is missing"},
         {"{\"schema\": \"qdm.repository/2\", \"packages\": []}", "schema: must be"},
