@@ -16,6 +16,7 @@ enum OptionSet : unsigned {
     UpdateChoice = 4,   ///< --allow-older and --force
     OneDevice = 8,      ///< the name of one port, without which there is nothing to tell
     OutputOption = 16,  ///< --output, required
+    ManyCalls = 32,     ///< --jobs: the tool may be asked several things at a time
 };
 
 /// One command of the program. Commands run in a worker process and return plain values.

@@ -183,7 +183,7 @@ void Front::OnStep(const std::string& text) {
 /// Output without end must not fill the disk.
 void Front::CheckOutput() {
     const auto now = Clock::now();
-    if (!running || now - outputChecked < OutputCheckInterval) {
+    if (!running || running->guarded || now - outputChecked < OutputCheckInterval) {
         return;
     }
     outputChecked = now;

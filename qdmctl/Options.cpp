@@ -96,6 +96,18 @@ void AddFolders(CLI::App& sub, const Command& command, Options& options) {
     }
 }
 
+void AddJobs(CLI::App& sub, Options& options) {
+    CLI::Validator jobs = CLI::Range(1, 32);
+    jobs.description("");
+    sub.add_option("--jobs", options.jobs,
+                   "ask the adapter tool about up to N ports at a time (1 to 32); on a server with "
+                   "many ports a first list takes little more than an N-th of the time, unless the "
+                   "tool refuses calls that run beside each other: those are repeated one by one")
+        ->check(jobs)
+        ->type_name("N")
+        ->capture_default_str();
+}
+
 void AddOptions(CLI::App& sub, const Command& command, Options& options) {
     for (const Flag& flag : Flags) {
         if (flag.set == NoOptions || (flag.set & command.options) != 0) {
@@ -104,6 +116,9 @@ void AddOptions(CLI::App& sub, const Command& command, Options& options) {
     }
     AddDevices(sub, command, options);
     AddFolders(sub, command, options);
+    if ((command.options & ManyCalls) != 0) {
+        AddJobs(sub, options);
+    }
     sub.add_option("--trace", options.traceFile, "append the debug trace to this file")
         ->type_name("FILE")
         ->check(RefuseOption);

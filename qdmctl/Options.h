@@ -20,6 +20,7 @@ struct Options {
     bool allowOlder = false;
     bool force = false;
     unsigned readTimeoutSeconds = 60;
+    unsigned jobs = 1;  ///< calls of the adapter tool beside each other
 };
 
 /// A command line that was read: options, or a text to print (help, version, what is wrong) and an

@@ -7,6 +7,7 @@
 #include "qdmctl/Descriptor.h"
 #include "qdmctl/Discovery.h"
 #include "qdmctl/Options.h"
+#include "qdmctl/ParallelRead.h"
 #include "qdmctl/ProviderLibrary.h"
 #include "qdmctl/RunLock.h"
 
@@ -23,6 +24,7 @@ struct PortSession {
     ProviderLibrary::Vendor vendor;
     Port view;
     bool usable = false;  ///< linked and identified; else the answer holds the reason
+    ParallelRead::Outcome filled = ParallelRead::Outcome::NotBegun;  ///< its attributes' cache
 };
 
 /// What every command needs before it can do its own work: the lock, the provider, and the ports
@@ -96,12 +98,15 @@ private:
     bool ListAdapters(PortSession& port);
     void Identify(PortSession& port, const CallRecord& record);
     bool ToolPresent();
+    void FillCaches(const std::vector<PortSession*>& wanted);
+    bool MayRead(PortSession& port);
     bool ReadPortVersions(PortSession& port);
-    bool ReadAttributes(PortSession& port, const CallRecord& record);
+    void TellAttributesFailure(PortSession& port, const std::string& reason);
+    void ReadUtilities(const std::vector<PortSession*>& wanted);
     void ReadUtility(PortSession& port);
     void ReadUtility(PortSession& port, CUtility& utility);
     void TellUtilityFailure(const std::string& reason);
-    static void ForgetDoubtful(PortSession& port);
+    static void ForgetAttributes(PortSession& port);
     void ReadBootBios(const std::vector<PortSession*>& read);
 
     std::string root;

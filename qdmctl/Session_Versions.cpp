@@ -6,6 +6,7 @@
 #include "qdmctl/Session.h"
 
 #include <algorithm>
+#include <set>
 
 namespace qdmctl {
 namespace {
@@ -13,6 +14,7 @@ namespace {
 /// A reading that fails in time is repeated once.
 constexpr int Attempts = 2;
 constexpr char OutOfTime[] = "it did not answer in time and was ended";
+constexpr char ReaderLost[] = "the process that asked it was ended by somebody else";
 
 /// The provider's word for a port whose attributes could not be fetched, unlike those that have an
 /// unexpected form.
@@ -23,24 +25,91 @@ bool AttributesFailed(const CallRecord& record) {
                        });
 }
 
+/// An answer that lacks one of the versions was cut short: none of it is trusted.
+void ReadAttributes(PortSession& port, const CallRecord& record) {
+    Versions& versions = port.view.versions;
+    CFirmware* firmware = port.vendor->GetFirmwareModule();
+    CDriver* driver = port.vendor->GetDriverModule();
+    versions.firmware = firmware != nullptr ? firmware->GetOperatingVersion() : "";
+    const bool answered = !AttributesFailed(record);
+    versions.driver = answered && driver != nullptr ? driver->GetOperatingVersion() : "";
+}
+
+/// Two processes must not write one file, whatever the listing says.
+std::vector<PortSession*> WithFilesOfTheirOwn(const std::vector<PortSession*>& wanted) {
+    std::vector<PortSession*> ports;
+    std::set<std::string> names;
+    for (PortSession* port : wanted) {
+        if (port->usable && names.insert(port->view.wwpn).second) {
+            ports.push_back(port);
+        }
+    }
+    return ports;
+}
+
+/// Errors of ports stand before those of the server, in whatever order they were found.
+void PutPortsFirst(std::vector<Error>& errors, std::size_t from) {
+    const auto begin = errors.begin() + static_cast<std::ptrdiff_t>(from);
+    std::stable_partition(begin, errors.end(),
+                          [](const Error& error) { return !error.deviceId.empty(); });
+}
+
 }  // namespace
 
 void Session::ReadVersions(const std::vector<PortSession*>& wanted) {
+    const std::size_t toldBefore = answer.errors.size();
+    if (options.jobs > 1) {
+        // What every port needs is there before they are asked beside each other.
+        ReadUtilities(wanted);
+        FillCaches(wanted);
+    }
     std::vector<PortSession*> read;
     for (PortSession* port : wanted) {
-        if (port->usable && !Stopped() && ReadPortVersions(*port)) {
+        if (port->usable && MayRead(*port) && ReadPortVersions(*port)) {
             read.push_back(port);
         }
     }
-    for (PortSession* port : wanted) {
-        if (port->usable && !Stopped()) {
-            ReadUtility(*port);
-        }
-    }
+    ReadUtilities(wanted);
+    PutPortsFirst(answer.errors, toldBefore);
     ReadBootBios(read);
     for (PortSession* port : read) {
-        ForgetDoubtful(*port);
+        // A version of unknown form may be a damaged answer: the next run shall not find it kept.
+        if (IsUnreadable(port->view.versions.firmware)) {
+            ForgetAttributes(*port);
+        }
     }
+}
+
+/// Has the tool write the ports' attributes into the provider's cache, several ports at a time.
+void Session::FillCaches(const std::vector<PortSession*>& wanted) {
+    const auto ports = WithFilesOfTheirOwn(wanted);
+    Step step = ReadingStep("reading versions", nullptr);
+    ParallelRead filling({std::min<std::size_t>(options.jobs, ports.size()),
+                          std::chrono::milliseconds(step.deadlineMs), root + "/tmp"},
+                         [&](std::size_t number) {
+                             const CallRecord record;
+                             ReadAttributes(*ports[number], record);
+                             return !AttributesFailed(record);
+                         });
+    step.deadlineMs = 0;
+    step.guarded = true;
+    const StepScope running(console, step);
+    const auto outcomes = filling.Run(ports.size(), [this] { return console.StopRequested(); });
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        ports[i]->filled = outcomes[i];
+    }
+}
+
+/// Whether the port is to be read now: from its cache, which costs no call, or by a call of the
+/// tool, which may answer alone what it has refused beside others.
+bool Session::MayRead(PortSession& port) {
+    const bool outOfTime = port.filled == ParallelRead::Outcome::OutOfTime;
+    if (!outOfTime && port.filled != ParallelRead::Outcome::Lost) {
+        return port.filled == ParallelRead::Outcome::Done || !Stopped();
+    }
+    ForgetAttributes(port);  // half an answer may be there
+    TellAttributesFailure(port, outOfTime ? OutOfTime : ReaderLost);
+    return false;
 }
 
 /// A port whose attributes cannot be fetched costs two attempts, not some for each version: the
@@ -50,33 +119,35 @@ bool Session::ReadPortVersions(PortSession& port) {
     std::string reason;
     for (int attempt = 0; attempt < Attempts && inTime; ++attempt) {
         const CallRecord record;
-        inTime = ReadAttributes(port, record);
+        inTime =
+            Reading(ReadingStep("reading versions", &port), [&] { ReadAttributes(port, record); });
         if (inTime && !AttributesFailed(record)) {
             return true;
         }
         reason = inTime ? ReasonOfReading(record) : OutOfTime;
     }
     port.view.versions = {};
-    if (!console.StopRequested()) {
-        AddPortError(ErrorId::ToolFailed, port,
-                     "the adapter tool did not give this port's attributes: " + reason,
-                     "reading changes nothing; run \"hbacmd HbaAttributes\" for its WWPN by hand "
-                     "and see what it answers, then try again",
-                     CallRecord());
-    }
+    TellAttributesFailure(port, reason);
     return false;
 }
 
-/// An answer that lacks one of the versions was cut short: none of it is trusted.
-bool Session::ReadAttributes(PortSession& port, const CallRecord& record) {
-    Versions& versions = port.view.versions;
-    return Reading(ReadingStep("reading versions", &port), [&] {
-        CFirmware* firmware = port.vendor->GetFirmwareModule();
-        CDriver* driver = port.vendor->GetDriverModule();
-        versions.firmware = firmware != nullptr ? firmware->GetOperatingVersion() : "";
-        const bool answered = !AttributesFailed(record);
-        versions.driver = answered && driver != nullptr ? driver->GetOperatingVersion() : "";
-    });
+void Session::TellAttributesFailure(PortSession& port, const std::string& reason) {
+    if (console.StopRequested()) {
+        return;
+    }
+    AddPortError(ErrorId::ToolFailed, port,
+                 "the adapter tool did not give this port's attributes: " + reason,
+                 "reading changes nothing; run \"hbacmd HbaAttributes\" for its WWPN by hand "
+                 "and see what it answers, then try again",
+                 CallRecord());
+}
+
+void Session::ReadUtilities(const std::vector<PortSession*>& wanted) {
+    for (PortSession* port : wanted) {
+        if (port->usable && !Stopped()) {
+            ReadUtility(*port);
+        }
+    }
 }
 
 /// The tool has one version for the whole server: a failure is told once, and no further port asks.
@@ -118,10 +189,9 @@ void Session::TellUtilityFailure(const std::string& reason) {
     answer.errors.back().kind = "util";
 }
 
-/// A version of unknown form may be a damaged answer: the next run shall not find it kept.
-void Session::ForgetDoubtful(PortSession& port) {
+void Session::ForgetAttributes(PortSession& port) {
     CFirmware* firmware = port.vendor->GetFirmwareModule();
-    if (firmware != nullptr && IsUnreadable(port.view.versions.firmware)) {
+    if (firmware != nullptr) {
         firmware->UpdateRestore({});
     }
 }

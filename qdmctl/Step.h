@@ -13,6 +13,7 @@ struct Step {
     std::string device;       ///< device identifier, empty when the step concerns them all
     bool changing = false;    ///< changes the server: never ended once begun
     bool announce = false;    ///< worth a line of its own where no terminal shows it
+    bool guarded = false;     ///< the worker itself ends calls that hang or write without end
     unsigned deadlineMs = 0;  ///< a reading step that takes longer is ended; 0: no limit
 };
 

@@ -24,6 +24,7 @@ def test_version_and_help(lab):
     ([], "subcommand"), (["lsit"], "lsit"), (["list", "extra"], "extra"), (["check"], "--repo"),
     (["update", "--yes", "--repo"], "--repo"), (["list", "--dry-run"], "--dry-run"), (["report"], "--output"),
     (["list", "--read-timeout", "soon"], "soon"), (["list", "--read-timeout", "0"], "0"),
+    (["list", "--jobs", "33"], "1 to 32"), (["update", "--repo", "/repo", "--jobs", "2"], "--jobs"),
     (["update", "--repo", "/repo", "--force", "--yes"], "--device"),
     (["update", "--repo", "/repo"], "--yes")])
 def test_wrong_calls_are_told_and_do_nothing(lab, arguments, named):

@@ -173,7 +173,7 @@ TEST(AnswerFromJson, RefusesNumbersThatDoNotFitTheirPlace) {
             << text;
         EXPECT_EQ(
             StepFromText("{\"total\": 1, \"phase\": \"\", \"device\": \"\", \"changing\": true, "
-                         "\"announce\": true, \"deadlineMs\": 0, \"number\": " +
+                         "\"announce\": true, \"guarded\": true, \"deadlineMs\": 0, \"number\": " +
                          text + "}")
                 .has_value(),
             isStepNumber)
