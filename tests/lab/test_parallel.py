@@ -9,6 +9,7 @@ import signal
 import pytest
 from test_interruption import LIMIT, await_that, is_idle
 
+
 @pytest.fixture
 def server(make_lab):
     """A server that nothing is kept of, with the answer of one call at a time."""
