@@ -167,9 +167,15 @@ TEST(Process, KeepsTheStatusWhateverTheProgramDoesWithChildSignals) {
     }
 }
 
-TEST(Process, EndlessOutputFillsNeitherDiskNorTrace) {
+TEST(Process, ErrorLinesGoToTheTraceAndEndlessOutputFillsNeitherDiskNorTrace) {
     const std::string output = NewFolder() + "/out";
     Recorder recorder(CTraceUtility::TRACE_DBG_WARN);
+    EXPECT_EQ(Execute("printf 'one\\n\\ntwo\\033[31m\\nlast' >&2"), 0);
+    std::string text;
+    for (const auto& [level, line] : std::exchange(recorder.lines, {})) {
+        text += line + "|";
+    }
+    EXPECT_EQ(text, "stderr: one|stderr: two\\x1b[31m|stderr: last|");
     EXPECT_EQ(
         Execute("head -c 100000000 /dev/zero; head -c 5000000 /dev/zero | tr '\\0' x >&2; echo >&2",
                 output),
@@ -182,14 +188,4 @@ TEST(Process, EndlessOutputFillsNeitherDiskNorTrace) {
     }
     EXPECT_GT(traced, 500000U);
     EXPECT_LE(traced, 1200000U);
-}
-
-TEST(Process, ErrorLinesGoToTheTrace) {
-    Recorder recorder(CTraceUtility::TRACE_DBG_WARN);
-    EXPECT_EQ(Execute("printf 'one\\n\\ntwo\\033[31m\\nlast' >&2"), 0);
-    std::string text;
-    for (const auto& [level, line] : recorder.lines) {
-        text += line + "|";
-    }
-    EXPECT_EQ(text, "stderr: one|stderr: two\\x1b[31m|stderr: last|");
 }

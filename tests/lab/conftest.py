@@ -5,6 +5,7 @@ import os
 import pathlib
 import subprocess
 
+import jsonschema
 import pytest
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
@@ -29,16 +30,19 @@ def qdmlab(*arguments, check=True):
 
 
 class Answer:
-    """What `qdmctl` answered: exit code, the JSON of stdout (None when there is none), stderr."""
+    """What `qdmctl` answered: exit code, the JSON of stdout (None when there is none), stderr. The
+    JSON follows its schema."""
 
     def __init__(self, done):
         self.exit_code = done.returncode
         self.stdout = done.stdout
         self.stderr = done.stderr
         self.json = json.loads(done.stdout) if done.stdout.strip() else None
-
-    def __iter__(self):
-        return iter((self.exit_code, self.json, self.stderr))
+        if self.json:
+            name = self.json["schema"].replace("/", ".")
+            schema = REPOSITORY / "qdmctl" / "schemas" / f"{name}.schema.json"
+            jsonschema.validate(self.json, json.loads(schema.read_text(encoding="utf-8")))
+            assert self.json["exit_code"] == self.exit_code
 
     def error_ids(self):
         return [error["id"] for error in self.json["errors"]]
@@ -71,7 +75,7 @@ class Lab:
                                 env={**os.environ, **(env or {})}, **{**pipes, **arguments})
 
     def qdmctl(self, *arguments, **keywords):
-        """`qdmctl ARGUMENTS --json` inside: (exit code, parsed JSON, stderr), or by name."""
+        """`qdmctl ARGUMENTS --json` inside."""
         return Answer(self.run("qdmctl", *arguments, "--json", **keywords))
 
     def hbacmd(self, *arguments):

@@ -4,7 +4,6 @@ import json
 import re
 import time
 
-import jsonschema
 import pytest
 from conftest import REPOSITORY, SERVERS, Lab
 
@@ -117,8 +116,6 @@ def test_run_ends_as_documented(server, row):
     told = (answer.json["result"], str(answer.exit_code), told_errors(answer),
             ", ".join(map(told_outcome, answer.json["ports"])))
     assert told == (result, code, errors, outcome), answer
-    schema = REPOSITORY / f"qdmctl/schemas/{answer.json['schema'].replace('/', '.')}.schema.json"
-    jsonschema.validate(answer.json, json.loads(schema.read_text()))
     running = [one["running"]["firmware"].split(" ")[0] for one in state["adapters"]]
     check_errors(answer, says, running)
     check_state(answer, running)

@@ -11,29 +11,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-TEST(Descriptor, TheShippedOneNamesThreeModelsAndTheirFiles) {
-    const auto descriptor =
-        ParseDescriptor(ReadText(QDM_SHIPPED_DESCRIPTOR), "/provider/EMULEX_FC.json");
-    ASSERT_TRUE(descriptor) << descriptor.errors.at(0).message;
-    EXPECT_EQ(descriptor.value->folder, "/provider");
-    std::string models;
-    for (const Model& model : descriptor.value->models) {
-        models += model.vendorClass + " " + model.modelKey + (model.keyHasPciIds ? "+" : "") + " " +
-                  model.pciIds.at(0).vendor + ":" + model.pciIds.at(0).device + " " +
-                  std::to_string(model.functionsAtLeast) + "-" +
-                  std::to_string(model.functionsAtMost);
-        for (const FilePattern& file : model.files.at("firm")) {
-            models += " " + file.pattern + (file.atLeast == 0 ? "?" : "") +
-                      (file.messageDefinition ? "!" : "");
-        }
-        models += "\n";
-    }
-    EXPECT_EQ(models,
-              "CFC_EMULEX_16G_Vendor fcelx_16g 10df:e200 1-8 *.grp message.txt?!\n"
-              "CFC_EMULEX_8G_1P_Vendor fcelx_8g1p 10df:f100 1-1 *.prg *.all message.txt!\n"
-              "CFC_EMULEX_8G_2P_Vendor fcelx_8g2p_+ 10df:f100 2-2 *.prg *.all message.txt!\n");
-}
-
 TEST(Descriptor, RefusesWhatIsNotExactlyOneAndNamesFileAndKey) {
     // Each row sets one value of the shipped descriptor; null takes the key away.
     const std::tuple<const char*, Json, const char*> rows[] = {

@@ -7,6 +7,7 @@
 
 namespace {
 
+using C = CEmulexCommon;
 using Texts = std::list<std::string>;
 using Adapter = std::map<std::string, std::string>;
 
@@ -30,40 +31,32 @@ const char* const supported =
 
 TEST_F(DiscoveryTest, SupportedDevices) {
     const std::string f101 = "PCI\\VEN_10DF&DEV_F101", x0720 = "PCI\\VEN_10DF&DEV_0720";
+    const std::string endless = "[SuportDevice]\nSuportDeviceNum=2147483647\nVendor1=VEN_10DF";
     const std::tuple<std::string, std::string, Texts, Texts> rows[] = {
-        {"/FcVCFac.ini", supported, {}, {f101, x0720, x0720 + "0"}},
-        {"/some/where/CnaVCFac.ini", supported, {"PCI\\VEN_19A2&DEV_0710", x0720}, {}},
         {"/FcVCFac.ini", "[SuportDevice]\nVendor1=VEN_10DF\nDevice1=D", {}, {}},
-        {"/FcVCFac.ini",
-         "[SuportDevice]\nSuportDeviceNum=2147483647\nVendor1=VEN_10DF",
-         {},
-         {"PCI\\VEN_10DF&"}},
+        {"/FcVCFac.ini", supported, {}, {f101, x0720, x0720 + "0"}},
+        {"/FcVCFac.ini", endless, {}, {"PCI\\VEN_10DF&"}},
+        {"/some/where/CnaVCFac.ini", supported, {"PCI\\VEN_19A2&DEV_0710", x0720}, {}},
         {"/Other.ini", supported, {}, {}},
     };
+    Texts cna, second, third, fc, vendors = {"kept"};
     for (const auto& [name, text, cnaIds, fcIds] : rows) {
         SCOPED_TRACE(name + text);
-        host.Reset();
         host.Write(host.Root() + name.substr(name.rfind('/')), text);
-        Texts cna, second, third, fc;
-        EXPECT_TRUE(CEmulexCommon::GetVenDevIdList(name, &cna, &second, &third, &fc));
+        cna = fc = {};
+        EXPECT_TRUE(C::GetVenDevIdList(name, &cna, &second, &third, &fc));
         EXPECT_EQ(cna, cnaIds);
         EXPECT_EQ(fc, fcIds);
         EXPECT_TRUE(second.empty() && third.empty());
     }
-    EXPECT_EQ(LastError(), 0u);
-    Texts other;
-    EXPECT_FALSE(CEmulexCommon::GetVenDevIdList("FcVCFac.ini", &other, &other, &other, nullptr));
-    EXPECT_EQ(LastError(), 1u);
-    EXPECT_FALSE(CEmulexCommon::GetVenDevIdList("CnaVCFac.ini", nullptr, &other, &other, &other));
-}
-
-TEST_F(DiscoveryTest, SupportedVendors) {
-    host.Write(host.Root() + "/CnaVCFac.ini", supported);
-    Texts ids = {"kept"};
-    EXPECT_TRUE(CEmulexCommon::GetVenderIdList(&ids));
-    EXPECT_EQ(ids, (Texts{"kept", "10DF", "19A2", "10DF", "10DF"}));
-    EXPECT_TRUE(CEmulexCommon::GetVenderIdList(nullptr));
-    EXPECT_EQ(LastError(), 1u);
+    EXPECT_TRUE(C::GetVenderIdList(&vendors));
+    EXPECT_EQ(vendors, (Texts{"kept", "10DF", "19A2", "10DF", "10DF"}));
+    EXPECT_EQ(Told(), "0");
+    EXPECT_TRUE(C::GetVenderIdList(nullptr));
+    EXPECT_EQ(Told(), "1");
+    EXPECT_FALSE(C::GetVenDevIdList("FcVCFac.ini", &cna, &cna, &cna, nullptr));
+    EXPECT_FALSE(C::GetVenDevIdList("CnaVCFac.ini", nullptr, &cna, &cna, &cna));
+    EXPECT_EQ(Told(), "1");
 }
 
 TEST_F(DiscoveryTest, AdapterList) {
@@ -82,48 +75,43 @@ TEST_F(DiscoveryTest, AdapterList) {
         {"Port WWN       :\n", {}},
         {"", {}},
     };
+    const std::string at = "4 CEmulexCommon::GetHBAInfoList(";
+    std::list<Adapter> adapters;
     for (const auto& [text, expected] : rows) {
         SCOPED_TRACE(text);
         WriteListing(text);
-        Forget();
-        std::list<Adapter> adapters(3);
-        const bool some = !expected.empty();
-        EXPECT_EQ(CEmulexCommon::GetHBAInfoList(&adapters), some);
+        adapters.resize(3);
+        const std::string mark = expected.empty() ? "NG" : "OK";
+        EXPECT_EQ(C::GetHBAInfoList(&adapters), !expected.empty());
         EXPECT_EQ(adapters, expected);
-        EXPECT_EQ(LastError(), some ? 0u : 15u);
-        EXPECT_EQ(host.Frame(), (Lines{"4 CEmulexCommon::GetHBAInfoList() [START]",
-                                       some ? "4 CEmulexCommon::GetHBAInfoList(OK) [END]"
-                                            : "4 CEmulexCommon::GetHBAInfoList(NG) [END]"}));
+        EXPECT_EQ(host.Frame(), at + ") [START]; " + at + mark + ") [END]");
+        EXPECT_EQ(LastError(), expected.empty() ? 15u : 0u);
+        Forget();
     }
-    EXPECT_FALSE(CEmulexCommon::GetHBAInfoList(nullptr));
+    EXPECT_FALSE(C::GetHBAInfoList(nullptr));
     EXPECT_EQ(LastError(), 1u);
     std::filesystem::remove(host.Cache("Listhbas.txt"));
-    std::list<Adapter> adapters(3);
-    EXPECT_FALSE(CEmulexCommon::GetHBAInfoList(&adapters));
+    adapters.resize(3);
+    EXPECT_FALSE(C::GetHBAInfoList(&adapters));
     EXPECT_TRUE(adapters.empty());
     EXPECT_EQ(LastError(), 17u);
 }
 
-// Record and list as they would be with one reading of the file for every record and key.
-Adapter RecordKeyByKey(const std::string& file, size_t index) {
-    Adapter record;
-    for (const char* key : {"Port WWN|Permanent MAC", "Port Number", "PCI Bus Number",
-                            "PCI Function", "Port Type", "Serial No."}) {
-        std::pair<std::string, std::string> pair;
-        CEmulexCommon::GetKeyValueFromFile_(file, key, ":", pair, static_cast<unsigned>(index));
-        if (pair.first.empty()) {
-            break;
-        }
-        record.insert(pair);
-    }
-    return record;
-}
-
+// The list as it would be with one reading of the file for every record and key.
 std::list<Adapter> KeyByKey(const std::string& file) {
     std::list<Adapter> adapters;
-    for (Adapter record = RecordKeyByKey(file, 0); !record.empty();
-         record = RecordKeyByKey(file, adapters.size())) {
-        adapters.push_back(record);
+    for (unsigned index = 0; adapters.size() == index; ++index) {
+        Adapter record;
+        for (const char* key : {"Port WWN|Permanent MAC", "Port Number", "PCI Bus Number",
+                                "PCI Function", "Port Type", "Serial No."}) {
+            std::pair<std::string, std::string> pair;
+            C::GetKeyValueFromFile_(file, key, ":", pair, index);
+            if (pair.first.empty()) {
+                break;
+            }
+            record.insert(pair);
+        }
+        adapters.resize(adapters.size() + (record.empty() ? 0 : 1), record);
     }
     return adapters;
 }
@@ -146,7 +134,7 @@ TEST_F(DiscoveryTest, OnePassEqualsReadingKeyByKey) {
         }
         WriteListing(text);
         std::list<Adapter> adapters;
-        CEmulexCommon::GetHBAInfoList(&adapters);
+        C::GetHBAInfoList(&adapters);
         ASSERT_EQ(adapters, KeyByKey(host.Cache("Listhbas.txt"))) << text;
     }
 }
@@ -154,8 +142,7 @@ TEST_F(DiscoveryTest, OnePassEqualsReadingKeyByKey) {
 TEST_F(DiscoveryTest, PortOfADevice) {
     const std::string pair = Port("a", "3", "0") + Port("b", "3", "1") + Port("c", "3", "2");
     const std::string wide = Port("a", "3", "7") + Port("b", "3", "8");
-    const std::string two = Port("a", "3", "2");
-    const std::string far = Port("a", "10", "8") + Port("b", "10", "2");
+    const std::string two = Port("a", "3", "2"), far = Port("a", "10", "8") + Port("b", "10", "2");
     const std::string tail = "PCI Bus Number : 3";
     const std::tuple<const char*, std::string, HostDouble::Location, std::string> rows[] = {
         {"second function", pair, {3, 0, 1}, "b"},
@@ -182,44 +169,38 @@ TEST_F(DiscoveryTest, PortOfADevice) {
         Forget();
         Adapter adapter = {{"old", "old"}};
         const bool found = !wwn.empty();
-        EXPECT_EQ(CEmulexCommon::GetHBAInfo("dev", &adapter), found);
+        EXPECT_EQ(C::GetHBAInfo("dev", &adapter), found);
         EXPECT_EQ(adapter.size(), found ? 6u : 0u);
         EXPECT_EQ(adapter["Port WWN"], wwn);
         EXPECT_EQ(LastError(), found ? 0u : 14u);
-        EXPECT_EQ(host.traces.back(), found ? "4 CEmulexCommon::GetHBAInfo(OK) [END]"
-                                            : "4 CEmulexCommon::GetHBAInfo(NG) [END]");
+        EXPECT_EQ(host.traces.back(),
+                  std::string("4 CEmulexCommon::GetHBAInfo(") + (found ? "OK" : "NG") + ") [END]");
     }
 }
 
-TEST_F(DiscoveryTest, LookUpIsTraced) {
-    const std::string at = "1 CEmulexCommon::GetHBAInfo() ";
+TEST_F(DiscoveryTest, LookUpIsTracedAndFails) {
+    const std::string at = " CEmulexCommon::GetHBAInfo() ", three = "1 [PCI Bus Number] is found";
+    const std::string keys[] = {"EMULEX_CMN_HBAKEY_PCIBUSNUM[3] bus[3] EMULEX_CMN_HBAKEY_PCIFUNC[",
+                                "] func[1]"};
     WriteListing(Port("a", "3", "0") + Port("b", "3", "1") + Port("c", "3", "2"));
     host.pci["dev"] = {3, 0, 1};
     Adapter adapter;
-    CEmulexCommon::GetHBAInfo("dev", &adapter);
-    const std::string keys[] = {"EMULEX_CMN_HBAKEY_PCIBUSNUM[", "EMULEX_CMN_HBAKEY_PCIFUNC["};
-    EXPECT_EQ(host.Details(), (Lines{at + "PCIinfo deviceID[dev] bus[3] dev[0] func[1]",
-                                     "1 [PCI Bus Number] is found", "1 [PCI Bus Number] is found",
-                                     "1 [PCI Bus Number] is found",
-                                     at + keys[0] + "3] bus[3] " + keys[1] + "0] func[1]",
-                                     at + keys[0] + "3] bus[3] " + keys[1] + "1] func[1]"}));
-}
-
-TEST_F(DiscoveryTest, LookUpFailures) {
-    const std::string at = "4 CEmulexCommon::GetHBAInfo() ";
-    const std::tuple<std::string, bool, unsigned long, const char*> rows[] = {
-        {"", false, 1, "param error [END]"},
-        {"", true, 15, "GetHBAInfoList result error [END]"},
-        {Port("a", "3", "0"), true, 13, "CCommon_Information::GetPCIInfo result error [END]"},
-    };
-    for (const auto& [text, asked, error, exit] : rows) {
+    C::GetHBAInfo("dev", &adapter);
+    EXPECT_EQ(host.Details(),
+              (Lines{"1" + at + "PCIinfo deviceID[dev] bus[3] dev[0] func[1]", three, three, three,
+                     "1" + at + keys[0] + "0" + keys[1], "1" + at + keys[0] + "1" + keys[1]}));
+    const std::tuple<const char*, Adapter*, unsigned long, const char*> rows[] = {
+        {"other", &adapter, 13, "CCommon_Information::GetPCIInfo result error [END]"},
+        {"dev", nullptr, 1, "param error [END]"},
+        {"dev", &adapter, 15, "GetHBAInfoList result error [END]"}};
+    for (const auto& [name, asked, error, exit] : rows) {
         SCOPED_TRACE(exit);
-        WriteListing(text);
-        Adapter adapter = {{"old", "old"}};
-        EXPECT_FALSE(CEmulexCommon::GetHBAInfo("dev", asked ? &adapter : nullptr));
+        adapter = {{"old", "old"}};
+        EXPECT_FALSE(C::GetHBAInfo(name, asked));
         EXPECT_EQ(LastError(), error);
-        EXPECT_EQ(host.traces.back(), at + exit);
-        EXPECT_EQ(adapter.empty(), asked);
+        EXPECT_EQ(host.traces.back(), "4" + at + exit);
+        EXPECT_EQ(adapter.empty(), asked != nullptr);
+        WriteListing("");
     }
 }
 

@@ -76,7 +76,7 @@ void HostDouble::Write(const std::string& path, const std::string& text) {
 
 std::string HostDouble::Read(const std::string& path) const {
     std::ifstream file(path, std::ios::binary);
-    return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "(none)";
+    return file ? std::string(std::istreambuf_iterator<char>(file), {}) : noText;
 }
 
 void HostDouble::SetAge(const std::string& path, long seconds) {
@@ -119,8 +119,8 @@ Ran HostDouble::Run(const HostCommand& command) {
     Ran ran = run ? run(command) : Ran();
     const std::string file =
         command.runner == HostCommand::System ? Redirection(command.line) : command.outputFile;
-    if (ran.output && Below(root, file)) {
-        std::ofstream(file, std::ios::binary) << *ran.output;
+    if (ran.output != noText && Below(root, file)) {
+        std::ofstream(file, std::ios::binary) << ran.output;
     }
     return ran;
 }
@@ -137,6 +137,18 @@ void HostTest::Forget() {
 
 unsigned long HostTest::LastError() {
     return CEmulexCommon::m_dwLastError;
+}
+
+std::string HostTest::Told() {
+    std::string told = std::to_string(LastError()), before = ": ";
+    for (const std::string& complaint : host.Complaints()) {
+        told += std::exchange(before, "; ") + complaint;
+    }
+    for (const std::string& message : host.messages) {
+        told += " | " + message;
+    }
+    Forget();
+    return told;
 }
 
 // The C library, as far as the provider must be led by it.

@@ -6,13 +6,16 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <optional>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 using Lines = std::vector<std::string>;
+
+/// Stands for the output of a program that leaves the output file alone, where a run normally
+/// truncates it, and for the text of a missing file.
+inline const std::string noText = "(none)";
 
 /// One run of a program, as the provider asked for it.
 struct HostCommand {
@@ -27,8 +30,7 @@ struct HostCommand {
 
 /// How a program ended.
 struct Ran {
-    /// Standard output; none leaves the output file alone, where a run normally truncates it.
-    std::optional<std::string> output = "";
+    std::string output;
     int code = 0;    ///< exit status
     int status = 0;  ///< 0 it ran; else what ExecForeignModule or system() answers
 };
@@ -89,7 +91,6 @@ public:
     std::string Etc(const std::string& name) const { return root + "/etc/" + name; }
     /// Writes a file, folders included.
     void Write(const std::string& path, const std::string& text);
-    /// The file's text, "(none)" when there is no such file.
     std::string Read(const std::string& path) const;
     static bool Exists(const std::string& path) { return std::filesystem::exists(path); }
     /// Makes a file so many seconds old by the controlled clock.
@@ -100,8 +101,8 @@ public:
     bool Traced(const std::string& line) const;
     /// Number of trace lines that contain `text`.
     int TraceCount(const std::string& text) const;
-    /// The first and the last trace line.
-    Lines Frame() const { return {traces.at(0), traces.back()}; }
+    /// The first and the last trace line, "FIRST; LAST".
+    std::string Frame() const { return traces.at(0) + "; " + traces.back(); }
     /// The trace lines that tell more than entry and exit.
     Lines Details() const { return LinesAtLevels(" 1 2 16 "); }
     /// Of these the errors and warnings.
@@ -124,6 +125,9 @@ protected:
     void Forget();
     /// The last error, without a trace of asking.
     static unsigned long LastError();
+    /// What was told since the last call, "ERROR" or "ERROR: complaint; complaint" and in either
+    /// case perhaps " | message", and forgets it.
+    std::string Told();
 
     HostDouble& host = HostDouble::Get();
 };

@@ -83,15 +83,14 @@ TEST_F(OcmCheckTest, EveryLineWithAKeyMustBeThatSetting) {
 
 // Every required value, each spoilt by itself.
 TEST_F(OcmCheckTest, NoOtherValuePasses) {
-    for (const std::string* text : {&discovery, &management}) {
-        for (size_t end = text->find('\n'); end != std::string::npos;
-             end = text->find('\n', end + 1)) {
-            const std::string spoilt = text->substr(0, end) + "0" + text->substr(end);
-            const bool first = text == &discovery;
-            EXPECT_FALSE(Check(first ? spoilt : discovery, first ? management : spoilt)) << spoilt;
-            EXPECT_EQ(host.TraceCount("1 not silent ["), 1);
-            EXPECT_EQ(host.TraceCount("1 emulexRMConfig:[") > 0, !first);
-        }
+    const std::string both = discovery + management;
+    for (size_t end = both.find('\n'); end != std::string::npos; end = both.find('\n', end + 1)) {
+        std::string disc = discovery, rm = management;
+        const bool first = end < disc.size();
+        (first ? disc : rm).insert(first ? end : end - disc.size(), "0");
+        EXPECT_FALSE(Check(disc, rm)) << disc << rm;
+        EXPECT_EQ(host.TraceCount("1 not silent ["), 1);
+        EXPECT_EQ(host.TraceCount("1 emulexRMConfig:[") > 0, !first);
     }
 }
 
@@ -106,13 +105,26 @@ TEST_F(OcmCheckTest, TraceTellsEveryStep) {
                          name + ":[ClientOperationMode:enabled]"};
     EXPECT_NE(std::search(host.traces.begin(), host.traces.end(), lines.begin(), lines.end()),
               host.traces.end());
-    EXPECT_EQ(host.traces.front(), "1 CEMULEX_OCM_Utility::OCMInstallCheck() [START]");
-    EXPECT_EQ(host.traces.back(), "1 CEMULEX_OCM_Utility::OCMInstallCheck() [END]");
-    EXPECT_EQ(LastDetail(), "1 Execute tsystem command:[" + query + "]");
+    const std::string at = "1 CEMULEX_OCM_Utility::OCMInstallCheck() [";
+    EXPECT_EQ(host.Frame(), at + "START]; " + at + "END]");
     EXPECT_TRUE(host.Exists(host.Cache("HbaVersion.txt")));  // was read first
 }
 
-TEST_F(OcmCheckTest, FileThatIsMissingIsAnError) {
+TEST_F(OcmCheckTest, PackageMustNotBeInstalledAndFilesMustBeThere) {
+    const std::string asked = "1 Execute tsystem command:[" + query + "]";
+    const std::tuple<Ran, bool, std::string> rows[] = {
+        {{"1\n0\n"}, true, asked},
+        {{"0 \n"}, true, asked},
+        {{"0\n"}, false, "1 I found elxocmjvm-xxxx.xxxx.rpm. "},
+        {{"1\n", 2}, false, "2 _tsystem error (rpm grep). (512)"},
+        {{noText}, false, "2 Failed to open file(" + found + ")."}};
+    for (const auto& [answer, passes, detail] : rows) {
+        std::remove(found.c_str());
+        package = answer;
+        EXPECT_EQ(Check(discovery, management), passes) << detail;
+        EXPECT_EQ(LastDetail(), detail);
+        EXPECT_EQ(LastError(), 0u);
+    }
     for (const char* name : {"emulexDiscConfig", "emulexRMConfig"}) {
         Check(discovery, management);
         std::remove(host.Etc(name).c_str());
@@ -120,26 +132,6 @@ TEST_F(OcmCheckTest, FileThatIsMissingIsAnError) {
         EXPECT_EQ(LastError(), 17u);
         EXPECT_EQ(LastDetail(), "2 Failed to open file(" + host.Etc(name) + ").");
     }
-}
-
-TEST_F(OcmCheckTest, PackageMustNotBeInstalled) {
-    struct Row {
-        Ran package;
-        bool passes;
-        std::string detail;
-    } rows[] = {{{"1\n0\n"}, true, "1 Execute tsystem command:[" + query + "]"},
-                {{"0 \n"}, true, "1 Execute tsystem command:[" + query + "]"},
-                {{"0\n"}, false, "1 I found elxocmjvm-xxxx.xxxx.rpm. "},
-                {{"1\n", 2}, false, "2 _tsystem error (rpm grep). (512)"},
-                {{std::nullopt}, false, "2 Failed to open file(" + found + ")."}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.detail);
-        std::remove(found.c_str());
-        package = row.package;
-        EXPECT_EQ(Check(discovery, management), row.passes);
-        EXPECT_EQ(LastDetail(), row.detail);
-    }
-    EXPECT_EQ(LastError(), 0u);
 }
 
 }  // namespace

@@ -141,30 +141,14 @@ TEST_F(PackageUpdateTest, PackageOfTheArchitectureIsInstalledOnce) {
                  host.Exists(host.Etc("depmod.d/elxbe2iscsi.conf")));
 }
 
-TEST_F(PackageUpdateTest, OtherAdaptersUpdateTakesTheDriverAlong) {
-    host.Write(host.Temp("SequentialUpdateFile_FCoE.txt"), "");
-    host.Write(rpmOutput, "");
-    EXPECT_EQ(Run(driver, {}), 0);
-    EXPECT_EQ(host.Details(), Lines{"1 Driver update trun is CNA. Driver Update is skipped"});
-    EXPECT_TRUE(host.commands.empty());
-}
-
 // Of the update in the row and of the one after it, which meets no obstacle.
 void PackageUpdateTest::ExpectFailure(const Row& row) {
     SCOPED_TRACE(row.message + row.reason);
     const bool ofDriver = &row.module == &driver;
+    const std::string ocm = "2 Failed to update(ocm)(" + std::to_string(row.error) + ").";
     host.Write(folder + "/old", "");
     row.spoil();
     EXPECT_EQ(Run(row.module, row.members), 1);
-    EXPECT_EQ(LastError(), row.error);
-    EXPECT_EQ(host.messages,
-              row.message.empty() ? Lines{} : Lines{"MSGID_EMULEX_FC_" + row.message});
-    Lines complaints = host.Complaints();
-    if (!ofDriver) {
-        EXPECT_EQ(complaints.back(), "2 Failed to update(ocm)(" + std::to_string(row.error) + ").");
-        complaints.pop_back();
-    }
-    EXPECT_EQ(complaints.empty() ? "2 " : complaints.back(), "2 " + row.reason);
     EXPECT_EQ(host.Traced("1 Return=768"), ofDriver && row.error == 17);
     EXPECT_EQ(host.CommandLines(), Commands(row.module, "x64", row.commands));
     EXPECT_EQ(host.Exists(folder), row.error != 19);
@@ -172,6 +156,11 @@ void PackageUpdateTest::ExpectFailure(const Row& row) {
     EXPECT_EQ(host.Exists(ofDriver ? rpmOutput : installOutput),
               row.commands >= (ofDriver ? 1 : 3));
     EXPECT_FALSE(host.Exists(removeOutput));
+    std::string told = Told(), end = row.reason.empty() ? "" : "2 " + row.reason;
+    end += ofDriver ? "" : (end.empty() ? "" : "; ") + ocm;
+    end += row.message.empty() ? "" : " | MSGID_EMULEX_FC_" + row.message;
+    EXPECT_EQ(told.substr(0, 2), std::to_string(row.error));
+    EXPECT_EQ(told.erase(0, told.size() - std::min(told.size(), end.size())), end);
 
     host.Mend();
     host.architecture = "x86_64";
@@ -183,59 +172,53 @@ void PackageUpdateTest::ExpectFailure(const Row& row) {
     row.module.UpdateRestore("");
 }
 
-TEST_F(PackageUpdateTest, DriverFailuresTellTheirReasonAndTheNextCycleRecovers) {
-    const std::string a = folder + "/x64/FC/a.rpm";
+TEST_F(PackageUpdateTest, FailuresTellTheirReasonAndTheNextCycleRecovers) {
+    const std::string a = folder + "/x64/FC/a.rpm", open = "Failed to open file(";
     const std::string rpmFails = "Driver update error(" + Commands(driver, "x64", 1)[0] + ").";
+    const std::string kept = "Failed to get delete update module folder";
+    const std::string noFolder = "Failed to get create unzip folder";
     Members two = good;
     two["x64/FC/b.rpm"] = "";
     const auto noFile = [&] { host.Fail(HostDouble::KeepFound, a); };
     const auto keeps = [&] { meanwhile = noDelete; };
+    const auto none = [this](const char* name) { return Without(std::string("x64/") + name); };
     const Row rows[] = {
         {driver, noDelete, good, 28, "0004_F driv|1c", "", 0},
-        {driver, noCreate, good, 19, "0004_F driv|13", "Failed to get create unzip folder", 0},
+        {driver, noCreate, good, 19, "0004_F driv|13", noFolder, 0},
         {driver, noUnzip, good, 26, "0004_F driv|1a", "", 0},
         {driver, arm, good, 32, "0004_F driv|20", "Not supported OS arch aarch64", 0},
-        {driver, nothing, Without("x64/FC/a.rpm"), 29, "0005_F driv|1d",
-         search + "not update file.", 0},
+        {driver, nothing, none("FC/a.rpm"), 29, "0005_F driv|1d", search + "not update file.", 0},
         {driver, nothing, two, 29, "0005_F driv|1d", search + "some update file.", 0},
         {driver, noFile, good, 29, "0004_F driv|1d", "No " + a, 0},
         {driver, Fails("rpm "), good, 17, "", rpmFails, 1},
-        {driver, keeps, good, 28, "0004_F driv|1c", "Failed to get delete update module folder",
-         2}};
-    for (const Row& row : rows) {
-        ExpectFailure(row);
-    }
-}
-
-TEST_F(PackageUpdateTest, UtilityFailuresTellTheirReasonAndTheNextCycleRecovers) {
-    const std::string open = "Failed to open file(";
-    const Row rows[] = {
+        {driver, keeps, good, 28, "0004_F driv|1c", kept, 2},
         {utility, noDelete, good, 28, "0004_F ocm|1c", "", 0},
-        {utility, noCreate, good, 19, "0004_F ocm|13", "Failed to get create unzip folder", 0},
+        {utility, noCreate, good, 19, "0004_F ocm|13", noFolder, 0},
         {utility, noUnzip, good, 26, "0004_F ocm|1a", "", 0},
         {utility, arm, good, 38, "", "Failed to get os architecture.", 0},
-        {utility, nothing, Without("x64/uninstall.sh"), 29, "", search + "not uninstall.sh file.",
-         0},
+        {utility, nothing, none("uninstall.sh"), 29, "", search + "not uninstall.sh file.", 0},
         {utility, Fails("/uninstall.sh"), good, 17, "", open + removeOutput + ").", 2},
-        {utility, nothing, Without("x64/message.txt"), 17, "", open + removeOutput + ").", 2},
-        {utility, nothing, Without("x64/install.sh"), 29, "", search + "not install.sh file.", 2},
+        {utility, nothing, none("message.txt"), 17, "", open + removeOutput + ").", 2},
+        {utility, nothing, none("install.sh"), 29, "", search + "not install.sh file.", 2},
         {utility, Fails("/install.sh"), good, 17, "", open + installOutput + ").", 3}};
     for (const Row& row : rows) {
         ExpectFailure(row);
     }
 }
 
-TEST_F(PackageUpdateTest, OnlyTheListedFilesAreUnpacked) {
+TEST_F(PackageUpdateTest, OnlyTheListedFilesAreUnpackedAndOtherAdaptersTakeTheDriverAlong) {
     std::list<std::string> files = {"x86/FC/b.rpm", "x64/uninstall.sh"};
     host.archives = {{archive, good}};
     EXPECT_EQ(utility.Update("", archive, &files, false), 0);
     EXPECT_FALSE(host.Exists(folder));
-    for (bool ofDriver : {false, true}) {
-        EXPECT_EQ(ofDriver ? driver.Update("", archive, &files, false)
-                           : utility.PreUpdate("", archive, &files, false),
-                  1);
-        EXPECT_FALSE(host.Exists(folder + "/x64/install.sh"));
-    }
+    EXPECT_EQ(utility.PreUpdate("", archive, &files, false), 1);
+    EXPECT_EQ(driver.Update("", archive, &files, false), 1);
+    EXPECT_FALSE(host.Exists(folder + "/x64/install.sh"));
+    host.Write(host.Temp("SequentialUpdateFile_FCoE.txt"), "");
+    host.Write(rpmOutput, "");
+    EXPECT_EQ(Run(driver, {}), 0);
+    EXPECT_EQ(host.Details(), Lines{"1 Driver update trun is CNA. Driver Update is skipped"});
+    EXPECT_TRUE(host.commands.empty());
 }
 
 TEST_F(PackageUpdateTest, RemovalOutputLeftBehindIsToldByAnotherName) {
@@ -250,31 +233,28 @@ TEST_F(PackageUpdateTest, RemovalOutputLeftBehindIsToldByAnotherName) {
 }
 
 TEST_F(PackageUpdateTest, BackupAndRestoreForgetAndNeverFail) {
-    const std::string versionCache = host.Cache("HbaVersion.txt");
-    const std::string kept = "16 Failed to delete ", attributeCache = host.Cache(attributeFile);
-    const Lines driverTells = {kept + "Driver update result File [" + rpmOutput + "]",
-                               "16 Failed to get delete HbaAttrib cache file."};
-    const Lines utilityTells = {kept + "OCM update result File [" + installOutput + "]",
-                                kept + "OCM operating version File."};
+    const std::string kept = "16 Failed to delete ", versionCache = host.Cache("HbaVersion.txt");
+    const struct {
+        CModuleManager& module;
+        std::string result, cache, resultKept, cacheKept;
+    } rows[] = {{driver, rpmOutput, host.Cache(attributeFile), "Driver update result File [",
+                 "16 Failed to get delete HbaAttrib cache file."},
+                {utility, installOutput, versionCache, "OCM update result File [",
+                 kept + "OCM operating version File."}};
     for (int run = 0; run < 8; ++run) {
         SCOPED_TRACE(run);
-        const bool ofDriver = run & 1, restore = run & 2, fails = run & 4;
-        CModuleManager& module = ofDriver ? static_cast<CModuleManager&>(driver) : utility;
-        const std::string& result = ofDriver ? rpmOutput : installOutput;
-        const std::string& cache = ofDriver ? attributeCache : versionCache;
-        const Lines& tells = ofDriver ? driverTells : utilityTells;
-        host.Write(result, "");
-        host.Write(cache, "");
-        if (fails) {
-            host.Fail(HostDouble::DeleteFile, result);
-            host.Fail(HostDouble::DeleteFile, cache);
+        const auto& row = rows[run & 1];
+        const bool restore = run & 2, fails = run & 4;
+        for (const std::string& file : {row.result, row.cache}) {
+            host.Write(file, "");
+            fails ? host.Fail(HostDouble::DeleteFile, file) : void();
         }
         host.traces.clear();
-        EXPECT_EQ(restore ? module.UpdateRestore("") : module.UpdateBackup("", true), 0);
-        EXPECT_EQ(host.Exists(result), fails);
-        EXPECT_EQ(host.Exists(cache), fails || !restore);
-        EXPECT_EQ(host.Traced(tells[0]), fails);
-        EXPECT_EQ(host.Traced(tells[1]), fails && restore);
+        EXPECT_EQ(restore ? row.module.UpdateRestore("") : row.module.UpdateBackup("", true), 0);
+        EXPECT_EQ(host.Exists(row.result), fails);
+        EXPECT_EQ(host.Exists(row.cache), fails || !restore);
+        EXPECT_EQ(host.Traced(kept + row.resultKept + row.result + "]"), fails);
+        EXPECT_EQ(host.Traced(row.cacheKept), fails && restore);
     }
 }
 

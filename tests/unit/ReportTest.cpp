@@ -6,25 +6,22 @@
 
 namespace {
 
-std::string Attr(const std::string& indent, const char* name, const std::string& value) {
-    return indent + "<attr name=\"" + name + "\" value=\"" + value + "\" />\n";
+std::string Attr(const char* name, const std::string& value, const std::string& indent = "") {
+    return indent + "      <attr name=\"" + name + "\" value=\"" + value + "\" />\n";
 }
 
 std::string General(const std::string& location, const std::string& wwpn) {
-    const std::string indent(6, ' ');
-    return "    <general-inf>\n" + Attr(indent, "PCI Bus/Dev/Func", location) +
-           Attr(indent, "Vendor ID", "0x10DF") + Attr(indent, "Device ID", "0xE200") +
-           Attr(indent, "WWPN", wwpn) + "    </general-inf>\n";
+    return "    <general-inf>\n" + Attr("PCI Bus/Dev/Func", location) +
+           Attr("Vendor ID", "0x10DF") + Attr("Device ID", "0xE200") + Attr("WWPN", wwpn) +
+           "    </general-inf>\n";
 }
 
 std::string Versions(const std::string& firmware, const std::string& bios,
                      const std::string& driver, const std::string& utility) {
-    const std::string indent(6, ' ');
-    return "    <version-inf>\n" + Attr(indent, "Firmware Version", firmware) +
-           Attr(indent, "BootBios Version", bios) + Attr(indent, "Driver Version", driver) +
-           indent + "<utility>\n" + Attr(indent + "  ", "Utility Name", "OCM") +
-           Attr(indent + "  ", "Utility Version", utility) + indent +
-           "</utility>\n    </version-inf>\n";
+    return "    <version-inf>\n" + Attr("Firmware Version", firmware) +
+           Attr("BootBios Version", bios) + Attr("Driver Version", driver) + "      <utility>\n" +
+           Attr("Utility Name", "OCM", "  ") + Attr("Utility Version", utility, "  ") +
+           "      </utility>\n    </version-inf>\n";
 }
 
 std::string Report(const Lines& ports) {
@@ -68,18 +65,13 @@ TEST_F(ReportTest, PortsStandInTheOrderOfTheirExecPhases) {
     EXPECT_TRUE(host.messages.empty());
     EXPECT_EQ(End(), 0);
     EXPECT_EQ(Written(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<data />\n");
-}
 
-TEST_F(ReportTest, VersionsComeFromTheModulesCaches) {
-    vendor.LinkDevice();
-    vendor.ExecOutputDeviceConfigInfo("", nullptr);
-    CFC_EMULEX_Vendor::stGenFC.clear();
-    CFC_EMULEX_Vendor::stVerFC.clear();
+    // What a module has read once it answers again; the boot BIOS is read afresh.
     attributes = "FW Version : 1.1.1.1\nDriver Version : 1.1.1.1\nBoot Version : new\n";
-    CEmulexCommon::DeleteHbaAttribCache(wwpn);
-    vendor.ExecOutputDeviceConfigInfo("", nullptr);
+    CEmulexCommon::DeleteHbaAttribCache("20:00:00:00:c9:00:00:02");
+    other.ExecOutputDeviceConfigInfo("", nullptr);
     End();
-    EXPECT_EQ(Written(), Report({General("3/0/0", "10000000C9ABCDEF") +
+    EXPECT_EQ(Written(), Report({General("3/0/1", "20000000C9000002") +
                                  Versions("11.2.156.27", "new", "11.2.0.5", "10.2.370.16")}));
 }
 
@@ -99,7 +91,7 @@ TEST_F(ReportTest, ServerWithoutUtilityReportsItsNameAlone) {
               Report({General("3/0/0", "") + Versions("abnormal", "abnormal", "abnormal", "")}));
 }
 
-TEST_F(ReportTest, UnequalListsGivePortsWithOneHalf) {
+TEST_F(ReportTest, UnequalListsGivePortsWithOneHalfAndAnUnwritableReportIsLost) {
     const std::string general = General("3/0/0", "AA"), versions = Versions("1", "2", "3", "4");
     const std::tuple<size_t, size_t, Lines, Lines> rows[] = {
         {2, 1, {general + versions, general}, {"2 Failed to get Versioninfo"}},
@@ -113,9 +105,6 @@ TEST_F(ReportTest, UnequalListsGivePortsWithOneHalf) {
         EXPECT_EQ(Written(), Report(ports));
         EXPECT_EQ(host.Complaints(), complaints);
     }
-}
-
-TEST_F(ReportTest, UnwritableReportIsLostWithError25) {
     CFC_EMULEX_Vendor::stGenFC.resize(1);
     EXPECT_EQ(vendor.EndOutputDeviceConfigInfo("/no/folder/", nullptr), 1);
     EXPECT_EQ(LastError(), 25u);

@@ -7,6 +7,8 @@
 #include "provider/modules/CFC_EMULEX_Driver.h"
 #include "tests/unit/PortTest.h"
 
+#include <tuple>
+
 namespace {
 
 struct Operation {
@@ -17,12 +19,13 @@ struct Operation {
 class TraceTest : public PortTest {
 protected:
     /// What is called traces its entry and its exit first and last.
-    void ExpectFrames(const std::string& className, const std::vector<Operation>& operations) {
+    void ExpectFrames(const std::string& className, const std::vector<Operation>& operations,
+                      const std::string& values = "") {
         for (const Operation& operation : operations) {
             Forget();
             operation.call();
-            const std::string line = "4 " + className + "::" + operation.name + "() ";
-            EXPECT_EQ(host.Frame(), (Lines{line + "[START]", line + "[END]"}));
+            const std::string line = "4 " + className + "::" + operation.name + "() " + values;
+            EXPECT_EQ(host.Frame(), line + "[START]; " + line + "[END]");
         }
     }
 };
@@ -73,24 +76,30 @@ TEST_F(TraceTest, Vendor) {
           [&] { vendor.EndOutputDeviceConfigInfo(host.Temp(), nullptr); }}});
 }
 
-TEST_F(TraceTest, Driver) {
-    CEMULEX_Driver driver(device, "", "");
-    ExpectFrames("CEMULEX_Driver",
-                 {{"GetOperatingVersion", [&] { driver.GetOperatingVersion(); }},
-                  {"FormatVersionString", [&] { driver.FormatVersionString(""); }}});
-}
-
 TEST_F(TraceTest, UpdateSteps) {
     CEMULEX_OCM_Utility utility(device);
     CFC_EMULEX_Driver driver(device, "", wwpn);
-    for (CModuleManager* module :
-         {static_cast<CModuleManager*>(&utility), static_cast<CModuleManager*>(&driver)}) {
-        ExpectFrames(module == &driver ? "CFC_EMULEX_Driver" : "CEMULEX_OCM_Utility",
-                     {{"UpdateBackup", [=] { module->UpdateBackup("", false); }},
-                      {"PreUpdate", [=] { module->PreUpdate("", "", nullptr, false); }},
-                      {"Update", [=] { module->Update("", "", nullptr, false); }},
-                      {"UpdateRestore", [=] { module->UpdateRestore(""); }},
-                      {"UpdateApplyCheck", [=] { module->UpdateApplyCheck(""); }}});
+    CEMULEX_Driver base(device, "", "");
+    CEMULEX_Firmware firmware(device, wwpn);
+    ExpectFrames("CEMULEX_Driver",
+                 {{"GetOperatingVersion", [&] { base.GetOperatingVersion(); }},
+                  {"FormatVersionString", [&] { base.FormatVersionString(""); }}});
+    const std::tuple<std::string, CModuleManager*, std::string, bool> rows[] = {
+        {"CEMULEX_OCM_Utility", &utility, "", false},
+        {"CFC_EMULEX_Driver", &driver, "", false},
+        {"CEMULEX_Driver", &base, "", true},
+        {"CEMULEX_Firmware", &firmware, port + " ", true}};
+    for (const auto& [name, module, values, idle] : rows) {
+        int failed = 0;
+        std::vector<Operation> steps = {
+            {"UpdateBackup", [&, m = module] { failed += m->UpdateBackup("", false); }},
+            {"Update", [&, m = module] { failed += m->Update("", "", nullptr, false); }},
+            {"UpdateRestore", [&, m = module] { failed += m->UpdateRestore(""); }},
+            {"PreUpdate", [&, m = module] { failed += m->PreUpdate("", "", nullptr, false); }},
+            {"UpdateApplyCheck", [&, m = module] { failed += m->UpdateApplyCheck(""); }}};
+        steps.resize(module == &firmware ? 3 : 5);  // the others of firmware tell more
+        ExpectFrames(name, steps, values);
+        EXPECT_EQ(failed == 0, idle) << name;
     }
 }
 

@@ -5,15 +5,21 @@
 
 namespace {
 
-constexpr const char* done = "SuccessMessage=All done\nEndMessage=The end\n";
+const std::string done = "SuccessMessage=All done\nEndMessage=The end\n";
 
 class UpdateTest : public HostTest {
 protected:
     UpdateTest() { host.Write(definition, done); }
 
     int Update(int mode, const std::string& definitionFile) {
+        code = 1;
         return CEmulexCommon::EmulexUpdate("tool", output, "arg3", &code, reports, definitionFile,
                                            mode);
+    }
+    /// The result and what was told.
+    std::string Checked(const std::string& result, const std::string& rules) {
+        const int passed = CEmulexCommon::CheckUpdateResult_(result, rules);
+        return std::to_string(passed) + " " + Told();
     }
 
     const std::string output = host.Temp("output.txt");
@@ -43,80 +49,59 @@ TEST_F(UpdateTest, ToolCall) {
 }
 
 TEST_F(UpdateTest, ResultModes) {
-    const std::string failed = "2 Failed to update(tool).";
-    const std::string notRun = "2 Failed to update execute(tool)(11)(Windows Error code:17).";
-    // No complaint: success.
-    const std::tuple<const char*, int, Ran, unsigned long, std::string> rows[] = {
-        {"code 0", 1, {}, 0, ""},
-        {"code 18", 1, {"0", 18}, 33, "2 Failed to update(tool)(ReturnCode=0x12)."},
-        {"not started, good output", 2, {"0\n", 0, 1}, 17, notRun},
-        {"time-out is no start failure", 2, {"0\n", 0, 255}, 0, ""},
-        {"first line 0", 2, {"0\n1\n", 7}, 0, ""},
-        {"trailing blank", 2, {"0 \n"}, 33, failed},
-        {"second line 0", 2, {"\n0\n"}, 33, failed},
-        {"empty output", 2, {""}, 33, failed},
-        {"no output", 2, {std::nullopt}, 17, "2 Failed to open file(" + output + ")."},
-        {"messages", 3, {"x The end.\nAll done\n", 9}, 0, ""},
-        {"no messages", 3, {"0\nThe end"}, 33, failed},
-    };
-    for (const auto& [name, mode, ran, error, complaint] : rows) {
-        SCOPED_TRACE(name);
+    const std::string failed = "33: 2 Failed to update(tool).";
+    const std::string notRun = "17: 2 Failed to update execute(tool)(11)(Windows Error code:17).";
+    const std::string coded = "33: 2 Failed to update(tool)(ReturnCode=0x12).";
+    const std::string noEnd = "33: 2 No such end message.; 2 Failed to update(tool).";
+    const std::string noFile = "17: 2 Failed to open file(";
+    const std::tuple<int, Ran, std::string, std::string> rows[] = {
+        {1, {}, definition, "0"},
+        {1, {"0", 18}, definition, coded},
+        {2, {"0\n", 0, 1}, definition, notRun},
+        {2, {"0\n", 0, 255}, definition, "0"},  // a time-out is no failure to start
+        {2, {"0\n1\n", 7}, definition, "0"},
+        {2, {"0 \n"}, definition, failed},
+        {2, {"\n0\n"}, definition, failed},
+        {2, {""}, definition, failed},
+        {2, {noText}, definition, noFile + output + ")."},
+        {3, {"x The end.\nAll done\n", 9}, definition, "0"},
+        {3, {"0\nThe"}, definition, noEnd},
+        {3, {"0\nAll done, The end\n"}, "", noFile + ")."},
+        {4, {"0\nAll done, The end\n"}, "", noFile + ")."},
+        {5, {"0\nAll done, The end\n"}, definition, "0"}};
+    for (const auto& [mode, ran, definitionFile, told] : rows) {
+        SCOPED_TRACE(std::to_string(mode) + " " + ran.output);
         std::remove(output.c_str());
-        Forget();
         host.run = [&ran = ran](const HostCommand&) { return ran; };
-        code = 1;
-        EXPECT_EQ(Update(mode, definition), complaint.empty() ? 1 : 0);
-        EXPECT_EQ(LastError(), error);
-        const Lines complaints = host.Complaints();
-        EXPECT_EQ(complaints.empty() ? "" : complaints.back(), complaint);
+        EXPECT_EQ(Update(mode, definitionFile), told == "0" && mode != 5);
+        EXPECT_EQ(Told(), told);
     }
     host.run = [](const HostCommand&) { return Ran{"", 0, 255}; };  // nothing tells of success
     EXPECT_EQ(CEmulexCommon::EmulexUpdate("tool", output, "", nullptr, "", "", 1), 0);
 }
 
-TEST_F(UpdateTest, ModesThatCannotJudge) {
-    const std::tuple<int, std::string, unsigned long, Lines> rows[] = {
-        {3, "", 17, {"2 Failed to open file()."}},
-        {4, "", 17, {"2 Failed to open file()."}},
-        {5, definition, 0, {}}};
-    for (const auto& [mode, definitionFile, error, complaints] : rows) {
-        SCOPED_TRACE(mode);
-        Forget();
-        host.run = [](const HostCommand&) { return Ran{"0\nAll done, The end\n"}; };
-        EXPECT_EQ(Update(mode, definitionFile), 0);
-        EXPECT_EQ(LastError(), error);
-        EXPECT_EQ(host.Complaints(), complaints);
-        EXPECT_TRUE(host.sleeps.empty());
-    }
-}
-
 TEST_F(UpdateTest, ReportFile) {
     const std::string found = " After to find reports file.There is ";
     const std::string good = "The end\nAll done\n";
-    const struct {
-        Lines names;
-        std::string text, trace;
-        int result;
-    } rows[] = {
+    const std::tuple<Lines, std::string, std::string, int> rows[] = {
         {{"b.txt", "c.log"}, good, "1" + found + "one update file.", 1},
         {{"b.txt"}, "The end\n", "1" + found + "one update file.", 0},
         {{"a.txt", "b.txt"}, good, "2" + found + "some update file.", 0},
-        {{"b.log"}, good, "2" + found + "not APInstall update file.", 0},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.trace);
+        {{"b.log"}, good, "2" + found + "not APInstall update file.", 0}};
+    reports = host.Root() + "/reports";
+    for (const auto& [names, text, trace, result] : rows) {
+        SCOPED_TRACE(trace);
         Forget();
-        reports = host.Root() + "/reports";
-        host.run = [&](const HostCommand&) {
-            for (const std::string& name : row.names) {
-                host.Write(reports + "/" + name, row.text);
+        host.run = [&, &names = names, &text = text](const HostCommand&) {
+            for (const std::string& name : names) {
+                host.Write(reports + "/" + name, text);
             }
             return Ran();
         };
-        EXPECT_EQ(Update(4, definition), row.result);
-        EXPECT_EQ(LastError(), row.result == 1 ? 0u : 33u);
-        EXPECT_TRUE(host.Traced(row.trace));
-        EXPECT_EQ(host.Traced("2 Failed to update(tool)."), row.result == 0);
+        EXPECT_EQ(Update(4, definition), result);
+        EXPECT_EQ(LastError(), result == 1 ? 0u : 33u);
+        EXPECT_TRUE(host.Traced(trace));
+        EXPECT_EQ(host.Traced("2 Failed to update(tool)."), result == 0);
     }
     EXPECT_FALSE(host.Exists(reports + "/b.txt"));  // the next run clears the folder
 }
@@ -124,38 +109,39 @@ TEST_F(UpdateTest, ReportFile) {
 TEST_F(UpdateTest, MessageDefinition) {
     const std::string five = "EndMessage=1\nEndMessage=2\nEndMessage=3\nEndMessage=4\n";
     const std::string ok = "SuccessMessage=done\n";
-    const std::tuple<std::string, std::string, int, unsigned long, size_t> rows[] = {
-        {done, "All done\nThe end", 1, 0, 1},
-        {done, "The end", 0, 37, 1},
-        {done, "All done", 0, 36, 5},
-        {done, "", 0, 36, 5},
-        {ok, "done", 1, 0, 0},
-        {"SuccessMessage= \r done \r\n", "so done!", 1, 0, 0},
-        {"SuccessMessage=\tdone\n", "done", 0, 37, 0},
-        {"#\n\nSuccessMessage\n SuccessMessage=done", "done", 0, 37, 0},  // tells of "=done"
-        {"SuccessMessage=no\nSuccessMessage=done", "done", 1, 0, 0},
-        {ok + five + "EndMessage=5\n", "done 5", 1, 0, 1},
-        {ok + five + "EndMessage=x\nEndMessage=6\n", "done 6", 0, 36, 5},
-        {ok + "EndMessage=\n", "done", 1, 0, 0},
-        {ok + "EndMessage=end\n", "done at the End", 0, 36, 5},
-        {"EndMessage=The end\n", "The end", 0, 0, 0},
-        {"SuccessMessage=\n", "done", 0, 0, 0},
-        {"", "done", 0, 0, 0},
-    };
-    for (const auto& [rules, result, expected, error, sleeps] : rows) {
-        SCOPED_TRACE(rules + " / " + result);
-        Forget();
+    const std::string noEnd = "0 36: 2 No such end message.", none = "0 0: 2 no successMessage";
+    const std::string noSuccess = "0 37: 2 No such success message.";
+    const std::tuple<std::string, std::string, std::string, size_t> rows[] = {
+        {done, "All done\nThe end", "1 0", 1},
+        {done, "The end", noSuccess, 1},
+        {done, "All done", noEnd, 5},
+        {done, "", noEnd, 5},
+        {ok, "done", "1 0", 0},
+        {"SuccessMessage= \r done \r\n", "so done!", "1 0", 0},
+        {"SuccessMessage=\tdone\n", "done", noSuccess, 0},
+        {"#\n\nSuccessMessage\n SuccessMessage=done", "done", noSuccess, 0},  // tells of "=done"
+        {"SuccessMessage=no\nSuccessMessage=done", "done", "1 0", 0},
+        {ok + five + "EndMessage=5\n", "done 5", "1 0", 1},
+        {ok + five + "EndMessage=x\nEndMessage=6\n", "done 6", noEnd, 5},
+        {ok + "EndMessage=\n", "done", "1 0", 0},
+        {ok + "EndMessage=end\n", "done at the End", noEnd, 5},
+        {"EndMessage=The end\n", "The end", none, 0},
+        {"SuccessMessage=\n", "done", none, 0},
+        {"", "done", none, 0}};
+    for (const auto& [rules, text, expected, sleeps] : rows) {
+        SCOPED_TRACE(rules + " / " + text);
         host.Write(definition, rules);
-        host.Write(output, result);
-        EXPECT_EQ(CEmulexCommon::CheckUpdateResult_(output, definition), expected);
-        EXPECT_EQ(LastError(), error);
-        EXPECT_EQ(host.sleeps, std::vector<unsigned long>(sleeps, 30000));
-        EXPECT_EQ(host.Traced("2 No such end message."), error == 36);
-        EXPECT_EQ(host.Traced("2 No such success message."), error == 37);
-        EXPECT_EQ(host.Traced("2 no successMessage"), expected == 0 && error == 0);
-        EXPECT_EQ(host.Traced("1 no endMessage"),
-                  sleeps == 0 && !host.Traced("2 no successMessage"));
+        host.Write(output, text);
+        size_t pauses = 0;
+        host.duringSleep = [&](unsigned long ms) { pauses += ms == 30000 ? 1 : 0; };
+        EXPECT_EQ(Checked(output, definition), expected);
+        EXPECT_EQ(pauses, sleeps);
     }
+    for (const std::string& rules : {done, ok}) {
+        host.Write(definition, rules);
+        EXPECT_EQ(Checked("/no/result", definition), "0 17: 2 File Open Error");
+    }
+    EXPECT_EQ(Checked(output, "/no/definition"), "0 17: 2 File open error /no/definition");
 }
 
 TEST_F(UpdateTest, MessagesMayComeLate) {
@@ -176,21 +162,6 @@ TEST_F(UpdateTest, MessagesMayComeLate) {
                      check + "success msg [at work]", check + "success msg [The end]",
                      check + "success msg [All done]", "1 Find SuccessMsg[All done] in [All done]",
                      "1 Update Result Check OK"}));
-}
-
-TEST_F(UpdateTest, FilesThatCannotBeOpened) {
-    EXPECT_EQ(CEmulexCommon::CheckUpdateResult_(output, "/no/definition"), 0);
-    EXPECT_EQ(LastError(), 17u);
-    EXPECT_EQ(host.Details(), Lines{"2 File open error /no/definition"});
-    for (const char* text : {done, "SuccessMessage=All done"}) {
-        SCOPED_TRACE(text);
-        Forget();
-        host.Write(definition, text);
-        EXPECT_EQ(CEmulexCommon::CheckUpdateResult_("/no/result", definition), 0);
-        EXPECT_EQ(LastError(), 17u);
-        EXPECT_EQ(host.Complaints().back(), "2 File Open Error");
-        EXPECT_EQ(host.sleeps.size(), text == done ? 1u : 0u);
-    }
 }
 
 }  // namespace
