@@ -5,7 +5,7 @@ import signal
 import subprocess
 
 import pytest
-from conftest import HBACMD, QDMLAB, SERVERS, qdmlab
+from conftest import HBACMD, SERVERS, qdmlab
 
 PORT_16G = ("10:00:00:90:fa:16:03:00", "10:00:00:90:fa:16:03:01")
 PORT_8G1P = "10:00:00:90:fa:81:04:00"
@@ -87,6 +87,14 @@ def test_call_log_tells_killed_calls_from_ended_ones(lab):
     assert (refused["arguments"], refused["exit"]) == (['a"b\\'], 1)
     assert lab.adapter("fcelx_16g")["flashing"] == ["firmware"]
     assert lab.adapter("fcelx_16g")["running"]["firmware"] == "11.2.156.20"
+
+
+def test_faults_take_values_and_strike_their_verb_alone(lab):
+    whole = lab.hbacmd("version").stdout
+    lab.fault("version", "truncate", "9", "times", "1")
+    lab.fault("listhbas", "exit", "9")
+    assert (lab.hbacmd("version").stdout, lab.hbacmd("version").stdout) == (whole[:9], whole)
+    assert lab.hbacmd("listhbas").returncode == 9
 
 
 def test_sandbox_hides_the_machine_and_keeps_the_server(lab):

@@ -20,6 +20,11 @@ TEST_F(CommandTest, LastErrorAsText) {
     }
 }
 
+TEST_F(CommandTest, FirstCharacterThatIsNoDigit) {
+    EXPECT_EQ(C::FindNotDisitChar("a1b", 1), 2u);
+    EXPECT_EQ(C::FindNotDisitChar("12", 5), std::string::npos);
+}
+
 TEST_F(CommandTest, ToolPathAndProgramFolder) {
     std::string path = "kept";
     const std::string end = "4 CEmulexCommon::GetOCMManagerInstallPath(";
