@@ -79,7 +79,7 @@ bool TextFile::SkipTo(std::string_view initials) {
     for (;;) {
         const std::size_t at = FirstOf(initials);
         begin = PieceStart(at);
-        if (at < end && (end - begin >= longestPiece || exhausted)) {
+        if (at < end) {
             return true;
         }
         if (exhausted) {
