@@ -27,8 +27,9 @@ constexpr const char* fcList = "FcVCFac.ini";
 constexpr const char* cnaList = "CnaVCFac.ini";
 constexpr const char* section = "SuportDevice";
 constexpr unsigned int iniValueSize = 256;
-// Each entry costs readings of the file: a damaged count must not keep the caller for hours.
-constexpr int mostEntries = 1000;
+// Each entry costs readings of the file: a damaged count must not keep the caller for hours. More
+// devices than this no vendor can have.
+constexpr int mostEntries = 0xffff;
 
 constexpr std::size_t vendorPrefixLength = 4;  // "VEN_"
 constexpr std::size_t devicePartLength = 7;    // "DEV_" and all digits but the last
