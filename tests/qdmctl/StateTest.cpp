@@ -14,7 +14,7 @@ namespace {
 constexpr char bootNow[] = "6b0f8a52-9c0e-4d0a-8f3e-000000000001";
 
 std::string NewRoot() {
-    const std::string root = NewFolder();
+    std::string root = NewFolder();
     ::mkdir((root + stateFolder).c_str(), S_IRWXU);
     return root;
 }

@@ -15,7 +15,7 @@ std::string PortTest::ListRecord(const std::string& addressLine, int function) {
 Ran PortTest::Answer(const std::string& line) {
     const auto asks = [&](const char* verb) { return line.find(verb) != std::string::npos; };
     if (asks(" Download ")) {
-        const Ran next = downloads.at(0);
+        Ran next = downloads.at(0);
         if (downloads.size() > 1) {
             downloads.erase(downloads.begin());
         }

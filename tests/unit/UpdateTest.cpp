@@ -16,6 +16,12 @@ protected:
         return CEmulexCommon::EmulexUpdate("tool", output, "arg3", &code, reports, definitionFile,
                                            mode);
     }
+    Ran WriteReports(const Lines& names, const std::string& text) {
+        for (const std::string& name : names) {
+            host.Write(reports + "/" + name, text);
+        }
+        return {};
+    }
     /// The result and what was told.
     std::string Checked(const std::string& result, const std::string& rules) {
         const int passed = CEmulexCommon::CheckUpdateResult_(result, rules);
@@ -92,11 +98,8 @@ TEST_F(UpdateTest, ReportFile) {
     for (const auto& [names, text, trace, result] : rows) {
         SCOPED_TRACE(trace);
         Forget();
-        host.run = [&, &names = names, &text = text](const HostCommand&) {
-            for (const std::string& name : names) {
-                host.Write(reports + "/" + name, text);
-            }
-            return Ran();
+        host.run = [this, &names = names, &text = text](const HostCommand&) {
+            return WriteReports(names, text);
         };
         EXPECT_EQ(Update(4, definition), result);
         EXPECT_EQ(LastError(), result == 1 ? 0u : 33u);
@@ -129,7 +132,8 @@ TEST_F(UpdateTest, MessageDefinition) {
         {"SuccessMessage=\n", "done", none, 0},
         {"", "done", none, 0}};
     for (const auto& [rules, text, expected, sleeps] : rows) {
-        SCOPED_TRACE(rules + " / " + text);
+        SCOPED_TRACE(rules);
+        SCOPED_TRACE(text);
         host.Write(definition, rules);
         host.Write(output, text);
         size_t pauses = 0;
