@@ -50,7 +50,7 @@ bool IsNothing(const Answer& answer) {
     if (answer.repair) {
         return IsNothing(answer.repair->outcome);
     }
-    return answer.pending && answer.pending->empty();
+    return answer.pending && answer.pending->empty() && answer.ports.empty();
 }
 
 bool Names(const Error& error, const Port& port) {
@@ -75,6 +75,12 @@ std::vector<Error> ErrorsOfTheRun(const Answer& answer) {
     return found;
 }
 
+bool HasFailedCheck(const Answer& answer) {
+    return answer.checks &&
+           std::any_of(answer.checks->begin(), answer.checks->end(),
+                       [](const Check& check) { return check.state == CheckState::Failure; });
+}
+
 int CommonExitCode(const std::vector<Error>& errors) {
     if (errors.empty()) {
         return exitFailed;
@@ -89,6 +95,9 @@ int CommonExitCode(const std::vector<Error>& errors) {
 }  // namespace
 
 Conclusion ResultOf(const Answer& answer) {
+    if (HasFailedCheck(answer)) {
+        return {Result::Failed, exitFailed};
+    }
     const std::vector<Error> ofTheRun = ErrorsOfTheRun(answer);
     if (!ofTheRun.empty()) {
         if (AnyComponent(answer.ports, HasTakenPlace)) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "qdmctl/AnswerChecks.h"
+#include "qdmctl/AnswerInfo.h"
 #include "qdmctl/AnswerReport.h"
 #include "qdmctl/AnswerRestore.h"
 #include "qdmctl/Error.h"
@@ -80,8 +82,10 @@ struct Answer {
     bool hasComponents = false;  ///< the ports' components are part of the answer
     std::optional<std::vector<PendingView>> pending;  ///< updates that wait for a reboot
     std::optional<RepairView> repair;
+    std::optional<PortInfo> info;  ///< of the one port
     std::optional<WrittenReport> report;
     std::optional<Restored> restored;
+    std::optional<std::vector<Check>> checks;
 };
 
 struct Conclusion {
@@ -96,6 +100,8 @@ struct Conclusion {
 /// been updated all the same. Without errors the result is Nothing when the answer has components
 /// and all of them are skipped or not needed, or is about pending updates or a repair and there is
 /// none.
+///
+/// An answer with a failed check is Failed, exit code 1.
 ///
 /// Exit codes: 0 done or nothing to do, 1 failed, 2 usage, 3 no such device or no
 /// adapter, 4 some ports failed, 7 busy, 8 package or index damaged or unsuitable, 9 not root. A

@@ -94,6 +94,12 @@ Answer AnswerOf(const Json& json) {
     if (json.contains("repair")) {
         answer.repair = RepairFromJson(json.at("repair"));
     }
+    if (json.contains("info")) {
+        answer.info = InfoFromJson(json.at("info"));
+    }
+    if (json.contains("checks")) {
+        answer.checks = ChecksFromJson(json.at("checks"));
+    }
     if (json.contains("report")) {
         answer.report = ReportFromJson(json.at("report"));
     }

@@ -98,6 +98,12 @@ std::string ToJson(const Answer& answer) {
     if (answer.repair) {
         json["repair"] = RepairToJson(*answer.repair);
     }
+    if (answer.info) {
+        json["info"] = InfoToJson(*answer.info);
+    }
+    if (answer.checks) {
+        json["checks"] = ChecksToJson(*answer.checks);
+    }
     if (answer.report) {
         json["report"] = ReportToJson(*answer.report);
     }

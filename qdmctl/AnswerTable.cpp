@@ -144,7 +144,7 @@ std::string PortsToText(const Answer& answer, const TableStyle& style) {
     const bool hasRows = std::any_of(
         answer.ports.begin(), answer.ports.end(),
         [&](const Port& port) { return !answer.hasComponents || !port.components.empty(); });
-    if (!hasRows || answer.restored) {
+    if (!hasRows || answer.restored || answer.info) {
         return {};
     }
     return Format(
@@ -163,7 +163,8 @@ std::string ErrorsToText(const std::vector<Error>& errors, const TableStyle& sty
 }
 
 bool HasTable(const Answer& answer) {
-    return !answer.ports.empty() || answer.pending || answer.repair || answer.restored;
+    return !answer.ports.empty() || answer.pending || answer.repair || answer.restored ||
+           answer.checks;
 }
 
 std::string ToTable(const Answer& answer, const TableStyle& style) {
@@ -171,6 +172,8 @@ std::string ToTable(const Answer& answer, const TableStyle& style) {
     const auto add = [&text](const std::string& part) {
         text += (text.empty() || part.empty() ? "" : "\n") + part;
     };
+    add(answer.info ? InfoToText(*answer.info, answer.ports.front(), style) : std::string());
+    add(answer.checks ? ChecksToText(*answer.checks, style) : std::string());
     add(answer.hasComponents ? Summary(answer) : std::string());
     add(answer.pending ? PendingToText(*answer.pending, style) : std::string());
     add(answer.repair ? RepairToText(*answer.repair, style) : std::string());

@@ -6,6 +6,8 @@ const std::vector<Command>& Commands() {
     static const std::vector<Command> commands = {
         {"list", "show the adapter ports of this server with their versions", "qdm.list/1", false,
          false, DeviceFilter | ManyCalls, RunList},
+        {"info", "tell all that is known of one port", "qdm.info/1", false, false, OneDevice,
+         RunInfo},
         {"check", "compare the ports with the packages of a repository", "qdm.check/1", true, false,
          DeviceFilter, RunCheck},
         {"update", "bring the ports to the versions of a repository", "qdm.update/1", true, true,
@@ -18,6 +20,8 @@ const std::vector<Command>& Commands() {
          false, DeviceFilter | OutputOption, RunReport},
         {"restore", "drop what earlier runs have left, so that the next one reads anew",
          "qdm.restore/1", false, true, DeviceFilter, RunRestore},
+        {"doctor", "look for what would keep this server from being read and updated",
+         "qdm.doctor/1", false, false, NoOptions, RunDoctor},
     };
     return commands;
 }

@@ -35,10 +35,12 @@ struct Command {
 // One source file each.
 Answer RunList(const Options& options, Console& console);
 Answer RunCheck(const Options& options, Console& console);
+Answer RunInfo(const Options& options, Console& console);
 Answer RunUpdate(const Options& options, Console& console);
 Answer RunPending(const Options& options, Console& console);
 Answer RunRepair(const Options& options, Console& console);
 Answer RunReport(const Options& options, Console& console);
 Answer RunRestore(const Options& options, Console& console);
+Answer RunDoctor(const Options& options, Console& console);
 
 }  // namespace qdmctl

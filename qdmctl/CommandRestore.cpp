@@ -57,6 +57,18 @@ void TellCleared(Session& session, const std::vector<std::string>& before) {
     }
 }
 
+void Restore(Session& session, const std::vector<std::string>& before) {
+    const bool linked = session.Link();
+    if (session.Ports().empty() || session.Stopped()) {
+        return;
+    }
+    if (linked) {
+        RestoreModules(session);
+    }
+    DropTheRest(session);
+    TellCleared(session, before);
+}
+
 }  // namespace
 
 /// Cleans up even where the adapters cannot be listed; the answer then tells both.
@@ -65,14 +77,7 @@ Answer RunRestore(const Options& options, Console& console) {
     Session session(options, console, answer);
     const auto before = KeptReadings(session.Root());
     if (session.Open()) {
-        const bool linked = session.Link();
-        if (!session.Ports().empty() && !session.Stopped()) {
-            if (linked) {
-                RestoreModules(session);
-            }
-            DropTheRest(session);
-            TellCleared(session, before);
-        }
+        Restore(session, before);
     }
     session.Publish();
     return answer;

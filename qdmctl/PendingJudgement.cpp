@@ -30,19 +30,24 @@ std::vector<PortSession*> PortsFor(Session& session, const PendingUpdate& update
     return ports;
 }
 
+enum class Source { Adapter, Caches };
+
 /// Empty when it cannot be read. A tool that hangs is not asked again through other ports.
-std::string Operating(Session& session, PortSession& port, CModuleManager& module, bool& inTime) {
+std::string Operating(Session& session, PortSession& port, CModuleManager& module, Source source,
+                      bool& inTime) {
     std::string version;
     for (int attempt = 0; attempt < Attempts && inTime && IsUnreadable(version); ++attempt) {
         inTime = session.Reading(session.ReadingStep("reading versions", &port), [&] {
-            module.UpdateRestore({});
+            if (source == Source::Adapter) {
+                module.UpdateRestore({});
+            }
             version = module.GetOperatingVersion();
         });
     }
     return IsUnreadable(version) ? std::string() : version;
 }
 
-PendingView Judge(Session& session, const PendingUpdate& update) {
+PendingView Judge(Session& session, const PendingUpdate& update, Source source) {
     PendingView view{update, {}, false};
     const std::string bootId = BootIdentifier();
     view.bootedSince = IsBootedSince(update, bootId);
@@ -52,7 +57,7 @@ PendingView Judge(Session& session, const PendingUpdate& update) {
             break;
         }
         CModuleManager& module = *ModuleOfKind(*port->vendor, update.kind);
-        view.operating = Operating(session, *port, module, inTime);
+        view.operating = Operating(session, *port, module, source, inTime);
         view.update.state = JudgeUpdate(update, bootId, view.operating,
                                         [&](const auto& operating, const auto& version) {
                                             return module.CheckVendorVersion(operating, version);
@@ -73,7 +78,7 @@ std::optional<Error> Keep(PendingUpdates& store, const PendingView& view, Pendin
 void JudgePending(Session& session, PendingUpdates& store) {
     const std::vector<PendingUpdate> updates = store.All();  // which changes meanwhile
     for (const PendingUpdate& update : updates) {
-        PendingView view = Judge(session, update);
+        PendingView view = Judge(session, update, Source::Adapter);
         if (auto error = Keep(store, view, update.state)) {
             session.answer.errors.push_back(std::move(*error));
         }
@@ -82,6 +87,14 @@ void JudgePending(Session& session, PendingUpdates& store) {
         }
         session.answer.pending->push_back(std::move(view));
     }
+}
+
+std::vector<PendingView> LookAtPending(Session& session, const PendingUpdates& store) {
+    std::vector<PendingView> views;
+    for (const PendingUpdate& update : store.All()) {
+        views.push_back(Judge(session, update, Source::Caches));
+    }
+    return views;
 }
 
 }  // namespace qdmctl

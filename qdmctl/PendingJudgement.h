@@ -1,6 +1,9 @@
 #pragma once
 
 #include "qdmctl/PendingUpdates.h"
+#include "qdmctl/PendingView.h"
+
+#include <vector>
 
 namespace qdmctl {
 
@@ -10,5 +13,8 @@ class Session;
 /// used. Confirmed ones leave the store, refuted ones are marked in it; all of them go to the
 /// answer's section, errors of the store to its errors. Without a usable port nothing is decided.
 void JudgePending(Session& session, PendingUpdates& store);
+
+/// The same for showing: readings may come from the caches, and the store stays as it is.
+[[nodiscard]] std::vector<PendingView> LookAtPending(Session& session, const PendingUpdates& store);
 
 }  // namespace qdmctl

@@ -38,8 +38,9 @@ std::vector<std::string> KeptReadings(const std::string& root) {
     std::list<std::string> names;
     CFileUtility::SearchFile(root + CacheFolder, "*", &names, false);
     std::vector<std::string> paths;
+    const std::string folder = root + CacheFolder;
     for (const std::string& name : names) {
-        paths.push_back(root + CacheFolder + name);
+        paths.push_back(folder + name);
     }
     for (const ResultFile* file : FindResultFiles(root)) {
         paths.push_back(PathOf(*file, root));

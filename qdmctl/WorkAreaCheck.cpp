@@ -24,7 +24,10 @@ Error FolderError(const std::string& folder, const std::string& what) {
                      "alone, writable, and no links");
 }
 
-std::optional<Error> CheckFolder(const std::string& folder) {
+constexpr const char* workFolders[] = {
+    "/tmp", "/tmp/EMULEX", "/tmp/EMULEX/cache", "/tmp/EMULEX/temp", "/tmp/qdmctl", stateFolder};
+
+std::optional<Error> CheckFolder(const std::string& folder, uid_t owner) {
     struct stat status {};
     if (::lstat(folder.c_str(), &status) != 0) {
         return FolderError(folder, std::string("cannot be used: ") + std::strerror(errno));
@@ -32,7 +35,7 @@ std::optional<Error> CheckFolder(const std::string& folder) {
     if (!S_ISDIR(status.st_mode)) {
         return FolderError(folder, "is not a folder");
     }
-    if (status.st_uid != ::geteuid()) {
+    if (status.st_uid != owner) {
         return FolderError(folder, "belongs to another user");
     }
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
@@ -48,7 +51,7 @@ std::optional<Error> MakeFolder(const std::string& folder) {
                                "free some space on that disk")
                    : FolderError(folder, std::string("cannot be created: ") + std::strerror(errno));
     }
-    return CheckFolder(folder);
+    return CheckFolder(folder, ::geteuid());
 }
 
 /// errno of an attempt to write there, 0 when it went well.
@@ -69,11 +72,10 @@ int WriteProbe(const std::string& file) {
 }  // namespace
 
 std::optional<Error> CheckWorkFolders(const std::string& root) {
-    if (auto error = CheckFolder(root)) {
+    if (auto error = CheckFolder(root, ::geteuid())) {
         return error;
     }
-    for (const char* folder : {"/tmp", "/tmp/EMULEX", "/tmp/EMULEX/cache", "/tmp/EMULEX/temp",
-                               "/tmp/qdmctl", stateFolder}) {
+    for (const char* folder : workFolders) {
         if (auto error = MakeFolder(root + folder)) {
             return error;
         }
@@ -86,6 +88,22 @@ std::optional<Error> CheckWorkFolders(const std::string& root) {
     if (reason != 0) {
         return FolderError(root + "/tmp/qdmctl",
                            std::string("cannot be written: ") + std::strerror(reason));
+    }
+    return std::nullopt;
+}
+
+std::optional<Error> InspectWorkFolders(const std::string& root) {
+    constexpr uid_t owner = 0;
+    if (auto error = CheckFolder(root, owner)) {
+        return error;
+    }
+    for (const char* folder : workFolders) {
+        struct stat status {};
+        if (::lstat((root + folder).c_str(), &status) == 0) {
+            if (auto error = CheckFolder(root + folder, owner)) {
+                return error;
+            }
+        }
     }
     return std::nullopt;
 }

@@ -12,4 +12,8 @@ namespace qdmctl {
 /// naming the path at fault.
 [[nodiscard]] std::optional<Error> CheckWorkFolders(const std::string& root);
 
+/// The same without making or writing anything, for any caller: folders that are missing or cannot
+/// be looked at pass, as long as the install root itself is there.
+[[nodiscard]] std::optional<Error> InspectWorkFolders(const std::string& root);
+
 }  // namespace qdmctl

@@ -2,15 +2,16 @@
 
 import pytest
 
-COMMANDS = ["list", "check", "update", "report", "restore"]
+COMMANDS = ["list", "info", "check", "update", "report", "restore", "doctor"]
 
 
 @pytest.mark.parametrize("command", COMMANDS)
 def test_help_names_every_option(lab, command):
     done = lab.run("qdmctl", command, "--help")
     assert (done.returncode, done.stderr) == (0, "")
-    for option in ("--repo", "--json", "--trace", "--device", "--help", "--version"):
+    for option in ("--repo", "--json", "--trace", "--help", "--version"):
         assert option in done.stdout
+    assert ("--device" in done.stdout) == (command not in ("info", "doctor"))
     assert ("--dry-run" in done.stdout) == (command == "update")
 
 
@@ -22,7 +23,8 @@ def test_version_and_help(lab):
 
 @pytest.mark.parametrize("arguments, named", [
     ([], "subcommand"), (["lsit"], "lsit"), (["list", "extra"], "extra"), (["check"], "--repo"),
-    (["update", "--yes", "--repo"], "--repo"), (["list", "--dry-run"], "--dry-run"), (["report"], "--output"),
+    (["update", "--yes", "--repo"], "--repo"), (["list", "--dry-run"], "--dry-run"),
+    (["report"], "--output"), (["info"], "DEVICE"), (["info", "03:00.0", "04:00.0"], "At Most 1"),
     (["list", "--read-timeout", "soon"], "soon"), (["list", "--read-timeout", "0"], "0"),
     (["list", "--jobs", "33"], "1 to 32"), (["update", "--repo", "/repo", "--jobs", "2"], "--jobs"),
     (["update", "--repo", "/repo", "--force", "--yes"], "--device"),

@@ -1,5 +1,6 @@
 """The commands beside inventory and update: report, restore, info and doctor."""
 
+import fcntl
 import json
 import os
 import subprocess
@@ -98,3 +99,122 @@ def test_restore_makes_the_next_run_read_anew(lab):
     code, text = shown(lab, "restore")
     assert code == 1 and "nothing was left to clear" in text
     assert lab.show()["adapters"] == state
+
+
+def test_info_tells_all_of_one_port(lab):
+    record(lab)
+    answer = lab.qdmctl("info", "10:00:00:90:fa:82:05:01")
+    assert (answer.exit_code, answer.json["result"], answer.json["errors"]) == (0, "ok", [])
+    [port], info = answer.json["ports"], answer.json["info"]
+    assert port["device_id"] == "0000:05:00.1-10df-f100" and None not in port["versions"].values()
+    assert [info[key] for key in ("vendor_id", "device_id", "subsystem_vendor_id",
+                                  "subsystem_device_id")] == ["10df", "f100"] * 2
+    assert info["driver_on_disk"] == port["versions"]["driver"]
+    assert info["update_order"] == ["util", "firm", "driver"]
+    assert {"name": "Bus/Dev/Func", "value": "5/0/1"} in info["extended"]
+    assert [one["state"] for one in answer.json["pending"]] == ["pending"]
+    assert lab.qdmctl("info", "03:00.0").json["pending"] == [], "not of this port"
+    code, text = shown(lab, "info", "05:00.1")
+    assert code == 0 and "lpfc: 10.2.370.15 loaded" in text and max(map(len, text.split("\n"))) <= 80
+    for name, exit_code, error in (("05:00", 2, "usage"), ("06:00.0", 3, "no-device")):
+        refused = lab.qdmctl("info", name)
+        assert (refused.exit_code, refused.error_ids()) == (exit_code, [error])
+
+
+def record(lab, version="10.2.370.19", boot=None, state="pending"):
+    """An update of the driver as a run leaves it for later ones."""
+    boot = boot or lab.run("cat", "/proc/sys/kernel/random/boot_id").stdout.strip()
+    write(lab, f"{ROOT}/state/pending.json", json.dumps(
+        {"schema": "qdm.pending-store/1", "updates": [
+            {"kind": "driver", "version": version, "previous": "10.2.370.15", "boot_id": boot,
+             "device_ids": ["0000:05:00.1-10df-f100"], "state": state}]}))
+
+
+def write(lab, path, text):
+    lab.inside(path).parent.mkdir(mode=0o700, exist_ok=True, parents=True)
+    lab.inside(path).write_text(text)
+
+
+def cached_driver(lab):
+    lab.qdmctl("list")
+    for file in lab.inside(f"{ROOT}/tmp/EMULEX/cache").glob("HbaAttrib*"):
+        file.write_text(file.read_text().replace("10.2.370.15", "10.2.370.14"))
+
+
+LIBRARY = f"{ROOT}/libqdmp_EMULEX_FC.so"
+NO_PATH = ("env", "PATH=/nowhere")
+UNHEALTHY = [  # check, state, part of the finding; what makes it so; how it is run; server
+    ("rights", "failure", "not root", None, ("--user",), {}),
+    ("install-root", "failure", "is writable for other", lambda lab: lab.inside(ROOT).chmod(0o777),
+     (), {}),
+    ("install-root", "failure", f"{ROOT}/tmp", None, ("--read-only", f"{ROOT}/tmp"), {}),
+    ("space", "failure", "0 MiB", None, ("--disk", f"{ROOT}/tmp", "8192"), {}),
+    ("space", "warning", "100 MiB", None, ("--disk", f"{ROOT}/tmp", str(100 << 20)), {}),
+    *((name, "failure", "is not found", None, NO_PATH, {})
+      for name in ("rpm", "depmod", "modinfo", "lspci")),
+    ("utility-package", "warning", "without rpm", None, NO_PATH, {}),
+    ("utility-package", "failure", "elxocmjvm-10.2.3706-1", None, (), {"packages": [
+        {"name": "elxocmjvm", "version": "10.2.3706", "release": "1"}]}),
+    ("result-files", "warning", "installing the utility is skipped", lambda lab: write(
+        lab, f"{ROOT}/tmp/EMULEX/temp/temp_ocm_install.txt", ""), (), {}),
+    ("repair", "failure", "repair.json", lambda lab: write(
+        lab, f"{ROOT}/state/repair.json", "{}"), (), {}),
+    ("other-run", "warning", "at work", lambda lab: fcntl.flock(
+        HELD.setdefault("lock", open(lab.inside(f"{ROOT}/qdmctl.lock"), "w", encoding="ascii")),
+        fcntl.LOCK_EX), (), {}),
+    ("provider", "failure", "cannot be loaded", lambda lab: lab.inside(LIBRARY).chmod(0o666), (),
+     {}),
+    ("adapter-tool", "failure", "is not installed", lambda lab: lab.run("rm", HBACMD), (), {}),
+    ("adapter-tool", "failure", "exit status 1", lambda lab: lab.fault("version", "error"), (), {}),
+    ("adapter-tool", "failure", "within 1 seconds", lambda lab: lab.fault("version", "hang"), (),
+     {}),
+    ("adapters", "failure", "could not list", lambda lab: lab.fault("listhbas", "error"), (), {}),
+    ("adapters", "failure", "0000:05:00.1-10df-f100: the adapter tool", lambda lab: lab.fault(
+        "HbaAttributes", "empty"), (), {}),
+    ("adapters", "failure", "no adapter that", None, (), {"adapters": []}),
+    ("lspci-form", "warning", "-p00", None, (), {"revision": "03"}),
+    ("utility-config", "failure", "[TcpSocketPortNumber:23334]", lambda lab: write(
+        lab, "/etc/emulexDiscConfig", "TcpSocketPortNumber : 23334\n"), (), {}),
+    ("utility-config", "failure", "is missing", lambda lab: write(
+        lab, "/etc/emulexRMConfig", ""), (), {}),
+    ("driver", "warning", "10.2.370.14 is loaded, 10.2.370.15 is on disk", cached_driver, (), {}),
+    ("pending", "warning", "does not operate yet", record, (), {}),
+    ("pending", "failure", "has not brought it", lambda lab: record(lab, boot="another"), (), {}),
+    ("pending", "failure", "pending.json", lambda lab: write(
+        lab, f"{ROOT}/state/pending.json", "{"), (), {}),
+]
+HELD = {}
+
+
+@pytest.mark.parametrize("name, state, finding, spoil, way, server", UNHEALTHY,
+                         ids=[f"{row[0]}: {row[2]}" for row in UNHEALTHY])
+def test_doctor_finds(make_lab, name, state, finding, spoil, way, server):
+    adapter = {"family": "fcelx_8g2p", "slot": "05:00", "serial": "EF08000501",
+               "revision": server.pop("revision", "00"),
+               "ports": ["10:00:00:90:fa:82:05:00", "10:00:00:90:fa:82:05:01"]}
+    lab = make_lab(server={"adapters": [adapter], **server})
+    if spoil:
+        spoil(lab)
+    before = lab.show()["adapters"]
+    arguments = ("doctor", "--read-timeout", "1")
+    if way == NO_PATH:
+        done = lab.run(*way, "/opt/qdmctl/bin/qdmctl", *arguments, "--json")
+        code, checks = done.returncode, json.loads(done.stdout)["checks"]
+    else:
+        answer = lab.qdmctl(*arguments, options=way)
+        code, checks = answer.exit_code, answer.json["checks"]
+        HELD.clear()
+    fitting = [check for check in checks if check["name"] == name and check["state"] == state
+               and finding in check["finding"]]
+    assert fitting and all(check["remedy"] for check in fitting), checks
+    assert code == any(check["state"] == "failure" for check in checks)
+    assert {check["name"] for check in checks} == {row[0] for row in UNHEALTHY}
+    assert all(check["state"] != "ok" or check["remedy"] == "" for check in checks)
+    assert lab.show()["adapters"] == before
+
+
+def test_doctor_finds_nothing_on_a_sound_server(lab):
+    assert {check["state"] for check in lab.qdmctl("doctor").json["checks"]} == {"ok"}
+    code, text = shown(lab, "doctor")
+    assert code == 0 and "18 ok, 0 warning, 0 failure" in text and "\x1b" not in text
+    assert max(map(len, text.split("\n"))) <= 80 and os.listdir(lab.inside("/tmp")) == []

@@ -1,0 +1,230 @@
+#include "host/CModuleManager.h"
+#include "host/CStringUtil.h"
+#include "host/CVendor.h"
+#include "qdmctl/BootIdentifier.h"
+#include "qdmctl/Doctor.h"
+#include "qdmctl/DriverOnDisk.h"
+#include "qdmctl/ModuleOfKind.h"
+#include "qdmctl/PendingJudgement.h"
+#include "qdmctl/ProgramAnswer.h"
+#include "qdmctl/Session.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace qdmctl {
+namespace {
+
+constexpr char adapterTool[] = "/usr/sbin/ocmanager/hbacmd";
+
+/// Keeps what the utility's configuration check says, too, which is no failure of the provider.
+class ConfigRecord : public CallRecord {
+public:
+    unsigned TraceLevels() const override {
+        return CTraceUtility::TRACE_DBG_ERROR | CTraceUtility::TRACE_DBG_INFO;
+    }
+
+    /// The last line that begins so; empty when there is none.
+    std::string LineWith(const std::string& beginning) const {
+        const auto found =
+            std::find_if(Details().rbegin(), Details().rend(),
+                         [&](const std::string& line) { return line.rfind(beginning, 0) == 0; });
+        return found == Details().rend() ? std::string() : *found;
+    }
+};
+
+/// Makes checks of what the session has found wrong since there were `told` errors; none: all is
+/// well.
+void TellErrors(Checks& checks, const char* name, const Session& session, std::size_t told,
+                const std::string& well) {
+    const std::size_t before = checks.size();
+    for (std::size_t i = told; i < session.answer.errors.size(); ++i) {
+        const Error& error = session.answer.errors[i];
+        if (error.id != ErrorId::Interrupted) {
+            AddFailure(checks, error.id == ErrorId::NoAdapter ? "adapters" : name,
+                       (error.deviceId.empty() ? "" : error.deviceId + ": ") + error.message,
+                       error.hint);
+        }
+    }
+    if (checks.size() == before || checks.back().name != name) {
+        AddOk(checks, name, well);
+    }
+}
+
+bool CheckTool(Checks& checks, Session& session) {
+    constexpr char name[] = "adapter-tool";
+    ProgramAnswer answer;
+    session.Reading(session.ReadingStep("asking the adapter tool", nullptr), [&] {
+        answer = AskProgram(std::string(adapterTool) + " version",
+                            std::chrono::seconds(session.options.readTimeoutSeconds));
+    });
+    constexpr int notFound = 127;
+    if (answer.ended && answer.status == notFound) {
+        AddFailure(checks, name, std::string(adapterTool) + " is not installed",
+                   "install the adapter maker's management utility");
+    } else if (!answer.ended || answer.status != 0 || answer.output.empty()) {
+        AddFailure(
+            checks, name,
+            std::string(adapterTool) + " does not answer: " +
+                (answer.ended ? "exit status " + std::to_string(answer.status) : answer.reason),
+            std::string("run \"") + adapterTool +
+                " version\" by hand and see what it answers; reload the adapters' driver "
+                "or restart the management utility");
+    } else {
+        AddOk(checks, name, std::string(adapterTool) + " answers");
+        return true;
+    }
+    return false;
+}
+
+void CheckColumns(Checks& checks, Session& session) {
+    constexpr char name[] = "lspci-form";
+    bool found = false;
+    for (const PortSession& port : session.Ports()) {
+        if (!port.found.model->keyHasPciIds || FindProgram("lspci").empty()) {
+            continue;
+        }
+        const std::string address = port.found.id.address.Text();
+        const ProgramAnswer answer = AskProgram(
+            "lspci -nms " + address, std::chrono::seconds(session.options.readTimeoutSeconds));
+        const std::string line = answer.output.substr(0, answer.output.find('\n'));
+        if (!HasKnownColumns(line, port.found)) {
+            AddWarning(checks, name, "the provider reads other columns than lspci prints: " + line,
+                       "qdmctl takes the identifiers from the kernel; for an update manager, "
+                       "install pciutils of the release that it was made for");
+            found = true;
+        }
+    }
+    if (!found) {
+        AddOk(checks, name, "as the provider expects, or not needed by these adapters");
+    }
+}
+
+PortSession* AnyUsable(Session& session) {
+    const auto found = std::find_if(session.Ports().begin(), session.Ports().end(),
+                                    [](const PortSession& port) { return port.usable; });
+    return found == session.Ports().end() ? nullptr : &*found;
+}
+
+std::string ConfigFinding(const ConfigRecord& record) {
+    const std::string wrong = record.LineWith("not silent ");
+    std::string unopened = record.LineWith("Failed to open file");
+    if (!wrong.empty()) {
+        return "a setting has a wrong value: " + wrong.substr(wrong.find('['));
+    }
+    if (!unopened.empty()) {
+        return unopened;
+    }
+    if (!record.LineWith("I found").empty()) {
+        return "a package is installed that must not be; see utility-package";
+    }
+    return "a required setting is missing";
+}
+
+void CheckConfiguration(Checks& checks, Session& session, PortSession& port) {
+    constexpr char name[] = "utility-config";
+    const ConfigRecord record;
+    int refused = 0;
+    session.Reading(session.ReadingStep("checking the utility's configuration", nullptr), [&] {
+        refused = port.vendor->CheckUpdateConditionByDevicevendor("util", nullptr);
+    });
+    if (refused == 0) {
+        AddOk(checks, name, "as updates of the utility require it");
+    } else {
+        AddFailure(checks, name, ConfigFinding(record),
+                   "set emulexDiscConfig and emulexRMConfig in /etc to local, read-write "
+                   "operation, as the utility's installation writes them");
+    }
+}
+
+void CheckDriver(Checks& checks, const std::string& module, PortSession& port) {
+    constexpr char name[] = "driver";
+    const std::string& loaded = port.view.versions.driver;
+    const auto onDisk = DriverOnDisk(module);
+    CModuleManager* rules = ModuleOfKind(*port.vendor, "driver");
+    if (!onDisk) {
+        AddWarning(checks, name, "modinfo finds no version of " + module + " on disk",
+                   "see that the driver is installed for the kernel that runs");
+    } else if (IsUnreadable(loaded)) {
+        AddWarning(checks, name,
+                   module + " " + *onDisk + " is on disk; what is loaded cannot be read",
+                   "run qdmctl list and see what it tells");
+    } else if (loaded == *onDisk ||
+               (rules != nullptr && CStringUtil::CheckVersion4SegFormat(*onDisk) &&
+                rules->CheckVendorVersion(loaded, *onDisk) == 0)) {
+        AddOk(checks, name, module + " " + loaded + " is loaded and on disk");
+    } else {
+        AddWarning(checks, name, module + " " + loaded + " is loaded, " + *onDisk + " is on disk",
+                   "reboot, so that the one on disk is loaded");
+    }
+}
+
+void CheckPending(Checks& checks, Session& session) {
+    constexpr char name[] = "pending";
+    PendingUpdates store(session.Root());
+    if (const auto error = store.Load()) {
+        AddFailure(checks, name, error->message, error->hint);
+        return;
+    }
+    for (const PendingView& view : LookAtPending(session, store)) {
+        const std::string what = view.update.kind + " " + view.update.version;
+        if (view.update.state == PendingState::Refuted) {
+            AddFailure(checks, name, what + " was installed, but a reboot has not brought it",
+                       "qdmctl pending tells what to do");
+        } else if (view.update.state == PendingState::Confirmed) {
+            AddOk(checks, name, what + " operates");
+        } else {
+            AddWarning(checks, name, what + " is installed and does not operate yet",
+                       view.bootedSince ? "see adapters and adapter-tool" : "reboot the server");
+        }
+    }
+    if (store.All().empty()) {
+        AddOk(checks, name, "no update waits for a reboot");
+    }
+}
+
+void CheckPorts(Checks& checks, Session& session) {
+    const std::size_t told = session.answer.errors.size();
+    const bool linked = session.Link();
+    if (linked) {
+        session.ReadVersions(session.AllPorts());
+    }
+    TellErrors(checks, "adapters", session, told,
+               std::to_string(session.Ports().size()) + " ports, all read");
+    PortSession* port = linked ? AnyUsable(session) : nullptr;
+    if (port != nullptr) {
+        CheckConfiguration(checks, session, *port);
+        CheckDriver(checks, session.ProviderDescriptor().kernelModule, *port);
+    }
+}
+
+}  // namespace
+
+bool HasKnownColumns(const std::string& line, const DiscoveredPort& port) {
+    std::istringstream text(line);
+    std::vector<std::string> columns;
+    for (std::string column; std::getline(text, column, ' ');) {
+        column.erase(std::remove(column.begin(), column.end(), '"'), column.end());
+        columns.push_back(CStringUtil::StringToLowerCase(column));
+    }
+    constexpr std::size_t least = 7;
+    return columns.size() >= least && columns[2] == port.id.vendor &&
+           columns[3] == port.id.device && columns[5] == port.subsystemVendor &&
+           columns[6] == port.subsystemDevice;
+}
+
+void CheckAdapters(Checks& checks, Session& session) {
+    const bool opened = session.OpenPorts();
+    TellErrors(checks, "provider", session, 0,
+               session.ProviderDescriptor().library + " and its descriptor");
+    const bool answers = CheckTool(checks, session);
+    if (opened) {
+        CheckColumns(checks, session);
+    }
+    if (opened && answers && !session.Stopped()) {
+        CheckPorts(checks, session);
+    }
+    CheckPending(checks, session);
+}
+
+}  // namespace qdmctl
