@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <map>
 #include <numeric>
+#include <set>
 
 namespace qdmctl {
 namespace {
@@ -78,6 +79,28 @@ void PlaceReasons(Table& table, const TableStyle& style) {
         row.cells.push_back({row.notes.empty() ? std::string() : Printable(row.notes.front())});
         row.notes.clear();
     }
+}
+
+/// A repository that has nothing of a kind for any port leaves that kind out of the table, unless
+/// nothing would be left.
+std::vector<Port> WithoutIdleKinds(std::vector<Port> ports) {
+    std::set<std::string> offered;
+    for (const Port& port : ports) {
+        for (const Component& component : port.components) {
+            if (!component.offered.empty() || OutcomeOf(component) != Outcome::NotNeeded) {
+                offered.insert(component.kind);
+            }
+        }
+    }
+    const auto idle = [&](const Component& component) {
+        return offered.count(component.kind) == 0;
+    };
+    for (Port& port : ports) {
+        auto& all = port.components;
+        all.erase(offered.empty() ? all.end() : std::remove_if(all.begin(), all.end(), idle),
+                  all.end());
+    }
+    return ports;
 }
 
 Table ComponentTable(const std::vector<Port>& ports, const TableStyle& style) {
@@ -167,7 +190,9 @@ bool HasTable(const Answer& answer) {
            answer.checks;
 }
 
-std::string ToTable(const Answer& answer, const TableStyle& style) {
+std::string ToTable(const Answer& whole, const TableStyle& style) {
+    Answer answer = whole;
+    answer.ports = WithoutIdleKinds(std::move(answer.ports));
     std::string text = PortsToText(answer, style);
     const auto add = [&text](const std::string& part) {
         text += (text.empty() || part.empty() ? "" : "\n") + part;

@@ -1,17 +1,23 @@
 #include "qdmctl/CallRecord.h"
 
+#include "qdmctl/Answer.h"
+
 #include <algorithm>
 #include <charconv>
 
 namespace qdmctl {
 namespace {
 
+constexpr char UnreadableMessage[] = "MSGID_EMULEX_FC_0008_F";
+constexpr char MismatchMessage[] = "MSGID_EMULEX_FC_0009_F";
+constexpr std::size_t PlaceOfVersion = 1;  ///< among the inserts of those two
+
 /// Which insert of a message is the last-error code. The messages about versions carry none.
 std::optional<std::size_t> PlaceOfLastError(const std::string& messageId) {
     if (messageId == "MSGID_EMULEX_FC_0019_F") {
         return 0;
     }
-    if (messageId == "MSGID_EMULEX_FC_0008_F" || messageId == "MSGID_EMULEX_FC_0009_F") {
+    if (messageId == UnreadableMessage || messageId == MismatchMessage) {
         return std::nullopt;
     }
     return 1;
@@ -19,14 +25,14 @@ std::optional<std::size_t> PlaceOfLastError(const std::string& messageId) {
 
 }  // namespace
 
-CallRecord::CallRecord() : outer(SetHostObserver(this)) {}
+CallRecord::CallRecord(unsigned levels) : levels(levels), outer(SetHostObserver(this)) {}
 
 CallRecord::~CallRecord() {
     SetHostObserver(outer);
 }
 
 unsigned CallRecord::TraceLevels() const {
-    return CTraceUtility::TRACE_DBG_ERROR;
+    return levels;
 }
 
 void CallRecord::OnTrace(CTraceUtility::TRACE_DBG_LEVEL, const std::string& line) {
@@ -40,6 +46,15 @@ void CallRecord::OnMessage(const HostMessage& message) {
 bool CallRecord::Has(const std::string& messageId) const {
     return std::any_of(messages.begin(), messages.end(),
                        [&](const HostMessage& message) { return message.id == messageId; });
+}
+
+bool CallRecord::TellsUnreadable() const {
+    // One of the modules uses the other's message for this, too; the version itself tells it.
+    return std::any_of(messages.begin(), messages.end(), [](const HostMessage& message) {
+        return message.inserts.size() > PlaceOfVersion &&
+               IsUnreadable(message.inserts[PlaceOfVersion]) &&
+               (message.id == UnreadableMessage || message.id == MismatchMessage);
+    });
 }
 
 std::string CallRecord::MessageId() const {

@@ -12,7 +12,8 @@ namespace qdmctl {
 /// about failures.
 class CallRecord : public HostObserver {
 public:
-    CallRecord();
+    /// `levels` are those of the trace lines that are kept.
+    explicit CallRecord(unsigned levels = CTraceUtility::TRACE_DBG_ERROR);
     ~CallRecord() override;
     CallRecord(const CallRecord&) = delete;
     CallRecord& operator=(const CallRecord&) = delete;
@@ -23,16 +24,20 @@ public:
 
     bool Has(const std::string& messageId) const;
 
+    /// Whether a version that an update was to bring was told to be unreadable.
+    bool TellsUnreadable() const;
+
     /// Identifier of the last operator message; empty when there was none.
     std::string MessageId() const;
 
     /// The last-error code that the last message carries, where it carries one.
     std::optional<unsigned long> LastError() const;
 
-    /// The lines about failures, in their order.
+    /// The lines kept, in their order.
     const std::vector<std::string>& Details() const { return details; }
 
 private:
+    unsigned levels;
     HostObserver* outer;
     std::vector<HostMessage> messages;
     std::vector<std::string> details;

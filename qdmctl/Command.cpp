@@ -10,8 +10,10 @@ const std::vector<Command>& Commands() {
          RunInfo},
         {"check", "compare the ports with the packages of a repository", "qdm.check/1", true, false,
          DeviceFilter, RunCheck},
-        {"update", "bring the ports to the versions of a repository", "qdm.update/1", true, true,
-         DeviceFilter | Confirmation | UpdateChoice, RunUpdate},
+        {"update",
+         "bring utility, firmware and driver to a repository's versions; utility and driver are "
+         "one for all ports",
+         "qdm.update/1", true, true, DeviceFilter | Confirmation | UpdateChoice, RunUpdate},
         {"pending", "show updates that wait for a reboot, or what has become of them",
          "qdm.pending/1", false, false, NoOptions, RunPending},
         {"repair", "finish an installation of the adapter utility that an update has begun",

@@ -8,7 +8,8 @@ Answer RunCheck(const Options& options, Console& console) {
     Answer answer;
     answer.hasComponents = true;
     Session session(options, console, answer);
-    const auto items = PrepareUpdate(session);
+    DriverState drivers(session);
+    const auto items = PrepareUpdate(session, drivers);
     session.Publish();
     return answer;
 }

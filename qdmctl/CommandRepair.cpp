@@ -4,7 +4,7 @@
 #include "host/CVendor.h"
 #include "qdmctl/Command.h"
 #include "qdmctl/FileAccess.h"
-#include "qdmctl/ModuleOfKind.h"
+#include "qdmctl/ModuleKinds.h"
 #include "qdmctl/RepairFolder.h"
 #include "qdmctl/Session.h"
 #include "qdmctl/StateFile.h"

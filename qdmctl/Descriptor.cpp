@@ -20,10 +20,26 @@ constexpr std::size_t mostEntries = 64;
 constexpr unsigned mostFunctions = 8;  ///< of a PCI device
 constexpr unsigned mostFiles = 1000;
 constexpr std::size_t idDigits = 4;
+constexpr char placeholder[] = "{architecture}";
 constexpr char reinstallHint[] = "install the provider again";
 
 bool IsFileName(const std::string& text) {
     return IsRelativePath(text) && text.find('/') == std::string::npos;
+}
+
+std::string Replaced(std::string text, const std::string& folder) {
+    const std::size_t at = text.find(placeholder);
+    return at == std::string::npos ? text : text.replace(at, sizeof placeholder - 1, folder);
+}
+
+bool IsAbsolutePath(const std::string& text) {
+    return !text.empty() && text.front() == '/' && IsRelativePath(text.substr(1));
+}
+
+bool IsSetting(const std::string& text) {
+    const std::size_t colon = text.find(':');
+    return IsLabel(text) && text.find(' ') == std::string::npos && colon != std::string::npos &&
+           colon > 0 && colon + 1 < text.size();
 }
 
 bool IsPciPair(const std::string& text) {
@@ -36,8 +52,13 @@ constexpr TextForm schemaForm = {[](const std::string& text) { return text == de
                                  "\"qdm.descriptor/1\""};
 constexpr TextForm fileNameForm = {IsFileName, "a file name of letters, digits, \"._+-\""};
 constexpr TextForm patternForm = {
-    [](const std::string& text) { return IsRelativePath(text, true); },
+    [](const std::string& text) { return IsRelativePath(Replaced(text, "x"), true); },
     "a path inside the module, with \"*\" and \"?\""};
+constexpr TextForm folderForm = {
+    [](const std::string& text) { return IsRelativePath(Replaced(text, "x")); },
+    "a folder below the install root"};
+constexpr TextForm absoluteForm = {IsAbsolutePath, "an absolute path of letters, digits, \"._+-\""};
+constexpr TextForm settingForm = {IsSetting, "settings such as \"Key:value\""};
 constexpr TextForm pciForm = {IsPciPair, "PCI identifiers such as \"10df:f100\""};
 
 FilePattern ReadPattern(const Json& value, const std::string& where, Faults& faults) {
@@ -55,8 +76,11 @@ FilePattern ReadPattern(const Json& value, const std::string& where, Faults& fau
     return pattern;
 }
 
-void ReadFiles(const Json& files, const std::string& where, Model& model, Faults& faults) {
+using Files = std::map<std::string, std::vector<FilePattern>>;
+
+Files ReadFiles(const Json& files, const std::string& where, Faults& faults) {
     JsonFields fields(files, where, faults);
+    Files read;
     for (const auto& [kind, value] : files.items()) {
         if (!IsModuleKind(kind)) {
             faults.Add(fields.Place(kind), std::string("must be ") + kindForm.description);
@@ -64,10 +88,46 @@ void ReadFiles(const Json& files, const std::string& where, Model& model, Faults
         }
         const Json& patterns = fields.Array(kind.c_str(), 1, mostEntries);
         for (std::size_t i = 0; i < patterns.size(); ++i) {
-            model.files[kind].push_back(
+            read[kind].push_back(
                 ReadPattern(patterns[i], ElementName(fields.Place(kind), i), faults));
         }
     }
+    return read;
+}
+
+std::map<std::string, std::string> ReadArchitectures(const Json& names, Faults& faults) {
+    JsonFields fields(names, "architectures", faults);
+    std::map<std::string, std::string> read;
+    for (const auto& [name, value] : names.items()) {
+        read[name] = fields.Text(name.c_str(), fileNameForm);
+    }
+    return read;
+}
+
+UtilityFacts ReadUtility(const Json& value, Faults& faults) {
+    JsonFields fields(value, "utility", faults);
+    UtilityFacts facts;
+    facts.tool = fields.Text("tool", absoluteForm);
+    facts.unpacked = fields.Text("unpacked", folderForm);
+    facts.install = fields.Text("install", labelForm);
+    facts.forbiddenPackage = fields.Text("forbidden_package", wordForm);
+    const Json& files = fields.Array("configuration", 0, mostEntries);
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        JsonFields file(files[i], ElementName("utility.configuration", i), faults);
+        facts.configuration.push_back(
+            {file.Text("file", absoluteForm), file.Texts("lines", settingForm, mostEntries)});
+        file.RefuseOtherKeys();
+    }
+    fields.RefuseOtherKeys();
+    return facts;
+}
+
+DriverFacts ReadDriver(const Json& value, Faults& faults) {
+    JsonFields fields(value, "driver", faults);
+    DriverFacts facts{fields.Text("preference_file", absoluteForm),
+                      fields.Text("preference", labelForm)};
+    fields.RefuseOtherKeys();
+    return facts;
 }
 
 /// A model has either a whole key or the beginning of one.
@@ -79,7 +139,8 @@ void ReadModelKey(JsonFields& fields, Model& model, Faults& faults) {
     model.modelKey = fields.Text(model.keyHasPciIds ? "model_key_prefix" : "model_key", wordForm);
 }
 
-Model ReadModel(const Json& value, const std::string& where, Faults& faults) {
+/// `common` are the files of kinds whose modules are the same for all models.
+Model ReadModel(const Json& value, const std::string& where, const Files& common, Faults& faults) {
     JsonFields fields(value, where, faults);
     Model model;
     model.vendorClass = fields.Text("vendor_class", wordForm);
@@ -92,7 +153,8 @@ Model ReadModel(const Json& value, const std::string& where, Faults& faults) {
     model.functionsAtLeast = functions == 0 ? 1 : functions;
     model.functionsAtMost = functions == 0 ? mostFunctions : functions;
     model.flashedByFunction0 = fields.Flag("flashed_by_function_0");
-    ReadFiles(fields.Object("files"), fields.Place("files"), model, faults);
+    model.files = ReadFiles(fields.Object("files"), fields.Place("files"), faults);
+    model.files.insert(common.begin(), common.end());
     fields.RefuseOtherKeys();
     return model;
 }
@@ -114,14 +176,22 @@ const Model* FindRival(const std::vector<Model>& earlier, const Model& model) {
     return rival == earlier.end() ? nullptr : &*rival;
 }
 
-void ReadModels(const Json& models, Descriptor& descriptor, Faults& faults) {
+void ReadModels(const Json& models, const Files& common, Descriptor& descriptor, Faults& faults) {
     for (std::size_t i = 0; i < models.size(); ++i) {
         const std::string where = ElementName("models", i);
-        Model model = ReadModel(models[i], where, faults);
+        Model model = ReadModel(models[i], where, common, faults);
         if (const Model* rival = FindRival(descriptor.models, model)) {
             faults.Add(where, "fits the same adapters as model " + rival->modelKey);
         }
         descriptor.models.push_back(std::move(model));
+    }
+}
+
+void UseFolder(Files& files, const std::string& folder) {
+    for (auto& [kind, patterns] : files) {
+        for (FilePattern& file : patterns) {
+            file.pattern = Replaced(file.pattern, folder);
+        }
     }
 }
 
@@ -153,13 +223,27 @@ Loaded<Descriptor> ParseDescriptor(const std::string& text, const std::string& p
         descriptor.vendorFamily = fields.Text("vendor_family", wordForm);
         descriptor.kernelModule = fields.Text("kernel_module", wordForm);
         descriptor.supportedDevices = fields.Text("supported_devices", fileNameForm);
-        ReadModels(fields.Array("models", 1, mostEntries), descriptor, faults);
+        descriptor.architectures = ReadArchitectures(fields.Object("architectures"), faults);
+        descriptor.utility = ReadUtility(fields.Object("utility"), faults);
+        descriptor.driver = ReadDriver(fields.Object("driver"), faults);
+        const Files common = ReadFiles(fields.Object("files"), "files", faults);
+        ReadModels(fields.Array("models", 1, mostEntries), common, descriptor, faults);
         fields.RefuseOtherKeys();
     }
     if (faults.Any()) {
         return {std::nullopt, faults.AsErrors(ErrorId::Internal, reinstallHint)};
     }
     return {std::move(descriptor), {}};
+}
+
+void UseArchitecture(Descriptor& descriptor, const std::string& architecture) {
+    const auto known = descriptor.architectures.find(architecture);
+    const std::string folder =
+        known == descriptor.architectures.end() ? architecture : known->second;
+    descriptor.utility.unpacked = Replaced(descriptor.utility.unpacked, folder);
+    for (Model& model : descriptor.models) {
+        UseFolder(model.files, folder);
+    }
 }
 
 std::string DistrustOf(const std::string& path) {

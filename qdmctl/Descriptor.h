@@ -10,8 +10,10 @@ namespace qdmctl {
 
 /// A file that update modules of a kind must or may hold.
 struct FilePattern {
-    std::string pattern;  ///< path inside the module; "*" and "?" stand for anything but "/"
-    std::string name;     ///< for people: "firmware image"
+    /// Path inside the module; "*" and "?" stand for anything but "/". A descriptor that has been
+    /// read for a machine has the folder of its architecture in place of "{architecture}".
+    std::string pattern;
+    std::string name;  ///< for people: "firmware image"
     unsigned atLeast = 1;
     unsigned atMost = 1;
     bool messageDefinition = false;  ///< tells success by "SuccessMessage=" lines
@@ -34,6 +36,27 @@ struct Model {
     std::map<std::string, std::vector<FilePattern>> files;  ///< by kind of module
 };
 
+/// A configuration file of the management utility, and the lines that it must hold.
+struct ConfigFile {
+    std::string file;
+    std::vector<std::string> lines;  ///< "Key:value"
+};
+
+/// The adapters' management utility, which brings the adapter tool along.
+struct UtilityFacts {
+    std::string tool;              ///< the adapter tool
+    std::string unpacked;          ///< folder below the install root where its package is unpacked
+    std::string install;           ///< command that installs it, relative to that folder
+    std::string forbiddenPackage;  ///< no update is made while this package is installed
+    std::vector<ConfigFile> configuration;  ///< without which no update is made
+};
+
+/// How the kernel is told to prefer a packaged driver to its own.
+struct DriverFacts {
+    std::string preferenceFile;
+    std::string preference;  ///< a line of it
+};
+
 /// What a host program knows of a provider beside its two symbols. The data file is shipped with
 /// the provider and lies beside its library.
 struct Descriptor {
@@ -42,6 +65,10 @@ struct Descriptor {
     std::string vendorFamily;  ///< vendor class under which ports are registered
     std::string kernelModule;
     std::string supportedDevices;  ///< file name in that folder
+    std::map<std::string, std::string>
+        architectures;  ///< of machines, and their folders in modules
+    UtilityFacts utility;
+    DriverFacts driver;
     std::vector<Model> models;
 };
 
@@ -55,6 +82,10 @@ inline constexpr char descriptorFile[] = "EMULEX_FC.json";
 
 /// The parsing alone; `path` is for messages and for the folder.
 [[nodiscard]] Loaded<Descriptor> ParseDescriptor(const std::string& text, const std::string& path);
+
+/// Puts a machine's folder in place of "{architecture}" everywhere. One that no module is made for
+/// keeps its own name, which no module has as a folder.
+void UseArchitecture(Descriptor& descriptor, const std::string& architecture);
 
 /// Why a file or folder must not be trusted: missing, owned by another user than root or the
 /// caller, or writable for others. Empty when it may be.

@@ -4,7 +4,7 @@
 #include "qdmctl/BootIdentifier.h"
 #include "qdmctl/Doctor.h"
 #include "qdmctl/DriverOnDisk.h"
-#include "qdmctl/ModuleOfKind.h"
+#include "qdmctl/ModuleKinds.h"
 #include "qdmctl/PendingJudgement.h"
 #include "qdmctl/ProgramAnswer.h"
 #include "qdmctl/Session.h"

@@ -28,6 +28,7 @@ constexpr ErrorKind errorKinds[] = {
     {"package-missing", 8},
     {"package-damaged", 8},
     {"package-unsuitable", 8},
+    {"config-refused", exitFailed},
     {"work-area", exitFailed},
     {"disk-full", exitFailed},
     {"output-failed", exitFailed},

@@ -21,6 +21,7 @@ enum class ErrorId {
     PackageMissing,
     PackageDamaged,
     PackageUnsuitable,
+    ConfigRefused,
     WorkArea,
     DiskFull,
     Output,

@@ -32,7 +32,7 @@ constexpr Flag Flags[] = {
     {"--yes,-y", &Options::yes, "do not ask before the server is changed", Confirmation},
     {"--allow-older", &Options::allowOlder, "also install packages older than what is installed",
      UpdateChoice},
-    {"--force", &Options::force, "also update a port whose version cannot be read; needs --device",
+    {"--force", &Options::force, "also install where the version cannot be read; needs --device",
      UpdateChoice},
 };
 

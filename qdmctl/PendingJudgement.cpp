@@ -3,7 +3,7 @@
 #include "host/CModuleManager.h"
 #include "host/CVendor.h"
 #include "qdmctl/BootIdentifier.h"
-#include "qdmctl/ModuleOfKind.h"
+#include "qdmctl/ModuleKinds.h"
 #include "qdmctl/Session.h"
 
 #include <algorithm>

@@ -1,5 +1,7 @@
 #include "qdmctl/Reasons.h"
 
+#include "qdmctl/ModuleKinds.h"
+
 #include <algorithm>
 
 namespace qdmctl {
@@ -28,7 +30,28 @@ constexpr Reason readingReasons[] = {
     {"", "its answer is incomplete or had no end"},
 };
 
-constexpr Reason updateReasons[] = {
+constexpr Reason utilityReasons[] = {
+    {"There is not uninstall.sh file", "the module holds no uninstall script"},
+    {"There is not install.sh file", "the module holds no install script"},
+    {"Failed to get os architecture", "the module is not for this machine's architecture"},
+    {"temp_ocm_uninstall.txt", "the uninstall script did not tell success"},
+    {"temp_ocm_install.txt", "the install script did not tell success"},
+    {"Failed to get create unzip folder", "the folder for the package could not be made"},
+    {"", "the update module could not be made ready"},
+};
+
+constexpr Reason driverReasons[] = {
+    {"There is not update file", "the module holds no driver package"},
+    {"There is some update file", "the module holds several driver packages"},
+    {"Not supported OS arch", "the module is not for this machine's architecture"},
+    {"Driver update error(", "rpm did not install the driver package"},
+    {"delete update module folder",
+     "the package was installed, but its folder could not be removed"},
+    {"Failed to get create unzip folder", "the folder for the package could not be made"},
+    {"", "the update module could not be made ready"},
+};
+
+constexpr Reason firmwareReasons[] = {
     {"One Command Manager Install Path", "the adapter tool is not installed any more"},
     {"PCI Information is invalid", "the port's PCI location is unknown"},
     {"Failed to get create unzip folder", "the folder for the images could not be made"},
@@ -69,8 +92,11 @@ std::string ReasonOfReading(const CallRecord& record) {
     return FirstOf(readingReasons, record);
 }
 
-std::string ReasonOfUpdate(const CallRecord& record) {
-    return FirstOf(updateReasons, record);
+std::string ReasonOfUpdate(const std::string& kind, const CallRecord& record) {
+    if (kind == UtilityKind) {
+        return FirstOf(utilityReasons, record);
+    }
+    return kind == DriverKind ? FirstOf(driverReasons, record) : FirstOf(firmwareReasons, record);
 }
 
 }  // namespace qdmctl

@@ -15,7 +15,7 @@ namespace qdmctl {
 /// Why a port's attributes or the tool's own version could not be read.
 [[nodiscard]] std::string ReasonOfReading(const CallRecord& record);
 
-/// Why a step of an update failed.
-[[nodiscard]] std::string ReasonOfUpdate(const CallRecord& record);
+/// Why a step of an update of a kind of module failed.
+[[nodiscard]] std::string ReasonOfUpdate(const std::string& kind, const CallRecord& record);
 
 }  // namespace qdmctl

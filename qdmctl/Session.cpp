@@ -1,5 +1,6 @@
 #include "qdmctl/Session.h"
 
+#include "host/CCommon_Information.h"
 #include "host/CFileUtility.h"
 #include "host/CUnzip_Utility.h"
 #include "host/DllCommon/InstallRoot.h"
@@ -27,6 +28,11 @@ void Session::AddError(ErrorId id, const std::string& message, const std::string
     Error error = MakeError(id, message, hint);
     error.deviceId = port != nullptr ? port->view.deviceId : std::string();
     answer.errors.push_back(std::move(error));
+}
+
+void Session::DropCaches() {
+    CacheGuard::Drop(root);
+    utilityFailed = false;
 }
 
 void Session::AddPortError(ErrorId id, const PortSession& port, const std::string& message,
@@ -125,6 +131,7 @@ bool Session::LoadProvider() {
         return false;
     }
     descriptor = std::move(*loaded.value);
+    UseArchitecture(descriptor, CCommon_Information::GetArchitectureInfo("qdmctl"));
     const std::string file = descriptor.folder + "/" + descriptor.library;
     std::string reason = DistrustOf(file);
     reason = reason.empty() ? library.Open(file) : reason;

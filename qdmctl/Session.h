@@ -60,10 +60,16 @@ public:
     /// Copies the ports' views into the answer.
     void Publish();
 
+    /// Makes the next readings ask the adapter tool anew, for all ports.
+    void DropCaches();
+
+    /// Whether the adapter tool has gone; false before the ports are linked.
+    bool ToolIsMissing();
+
     std::vector<PortSession>& Ports() { return ports; }
+    const Descriptor& ProviderDescriptor() const { return descriptor; }
     std::vector<PortSession*> AllPorts();
     const std::string& Root() const { return root; }
-    const Descriptor& ProviderDescriptor() const { return descriptor; }
     /// A private folder of this run below the work area, made anew; empty when that failed.
     [[nodiscard]] std::string ScratchFolder(const std::string& name);
 

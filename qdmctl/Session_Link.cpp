@@ -30,6 +30,12 @@ std::string ExtendedInfo(CVendor& vendor, const std::string& key) {
     return found == info.end() ? std::string() : found->second;
 }
 
+std::list<CNecessaryComponentInfo> MissingComponents(CVendor& vendor) {
+    std::list<CNecessaryComponentInfo> missing;
+    vendor.GetShortageOfNecessaryApplicationInfo(missing);
+    return missing;
+}
+
 }  // namespace
 
 bool Session::Link() {
@@ -67,9 +73,13 @@ bool Session::MakeVendor(PortSession& port) {
     return true;
 }
 
+bool Session::ToolIsMissing() {
+    return !ports.empty() && ports.front().vendor &&
+           !MissingComponents(*ports.front().vendor).empty();
+}
+
 bool Session::ToolPresent() {
-    std::list<CNecessaryComponentInfo> missing;
-    ports.front().vendor->GetShortageOfNecessaryApplicationInfo(missing);
+    const auto missing = MissingComponents(*ports.front().vendor);
     const auto note = ReadRepairNote(root);
     const bool begun = note && *note.value;
     for (const CNecessaryComponentInfo& component : missing) {

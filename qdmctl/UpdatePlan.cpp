@@ -1,30 +1,15 @@
 #include "qdmctl/UpdatePlan.h"
 
-#include "host/CFirmware.h"
-#include "qdmctl/PackageCheck.h"
+#include "host/CModuleManager.h"
+#include "host/CVendor.h"
+#include "qdmctl/ConfigRefusal.h"
+#include "qdmctl/PackageStaging.h"
 
 #include <algorithm>
 #include <map>
 
 namespace qdmctl {
 namespace {
-
-constexpr char MalformedVersionMessage[] = "MSGID_EMULEX_FC_0019_F";
-
-/// The module's own rules for versions. A comparison gives 0 for equal and for malformed versions;
-/// only the message tells them apart.
-struct VersionRules {
-    CModuleManager& module;
-
-    int Compare(const std::string& first, const std::string& second) const {
-        return module.CheckVendorVersion(first, second);
-    }
-    bool IsWellFormed(const std::string& version) const {
-        const CallRecord record;
-        module.CheckVendorVersion(version, version);
-        return !record.Has(MalformedVersionMessage);
-    }
-};
 
 bool MayInstall(const Component& component, const Options& options) {
     switch (component.verdict) {
@@ -40,50 +25,111 @@ bool MayInstall(const Component& component, const Options& options) {
     }
 }
 
-/// The user knows that the port cannot be read: that alone is no failure of this run any more.
-void ForgiveReading(std::vector<Error>& errors, const PortSession& port) {
-    errors.erase(std::remove_if(errors.begin(), errors.end(),
-                                [&](const Error& error) {
-                                    return error.id == ErrorId::ToolFailed &&
-                                           error.deviceId == port.view.deviceId;
-                                }),
-                 errors.end());
+/// The user knows that it cannot be read: that alone is no failure of this run any more.
+void ForgiveReading(std::vector<Error>& errors, const PortSession& port, const std::string& kind) {
+    const auto known = [&](const Error& error) {
+        return error.id == ErrorId::ToolFailed && (error.deviceId == port.view.deviceId ||
+                                                   (error.deviceId.empty() && error.kind == kind));
+    };
+    errors.erase(std::remove_if(errors.begin(), errors.end(), known), errors.end());
 }
 
-void AddComponent(Session& session, PortSession& port, const Repository& repository,
-                  std::vector<UpdateItem>& items) {
-    CFirmware* module = port.vendor->GetFirmwareModule();
-    if (module == nullptr) {
-        return;
+/// Appends an error unless it has been told: what all ports share is told once.
+void Tell(std::vector<Error>& errors, Error error) {
+    if (IsOfServer(error.kind)) {
+        error.deviceId.clear();
     }
-    module->SetUniqueName(port.view.modelKey);
-    const VersionRules rules{*module};
-    const auto compare = [&](const auto& a, const auto& b) { return rules.Compare(a, b); };
-    const auto wellFormed = [&](const auto& version) { return rules.IsWellFormed(version); };
-
-    Component component;
-    component.kind = FirmwareKind;
-    component.installed = port.view.versions.firmware;
-    Selection selection =
-        SelectPackage(repository, FirmwareKind, port.view.modelKey, compare, wellFormed);
-    if (selection.error) {
-        selection.error->deviceId = port.view.deviceId;
-        session.answer.errors.push_back(*selection.error);
-    }
-    if (selection.package) {
-        component.offered = selection.package->version;
-    }
-    component.verdict = JudgeVersions(component.installed, component.offered, compare, wellFormed);
-    const Plan plan = PlannedOutcome(component.verdict);
-    component.outcome = plan.outcome;
-    component.reason = plan.reason;
-    port.view.components.push_back(component);
-    if (MayInstall(component, session.options)) {
-        port.view.components.back().outcome = Outcome::NotAttempted;
-        ForgiveReading(session.answer.errors, port);
-        items.push_back({&port, module, port.view.components.size() - 1, *selection.package, {}});
+    const bool told = std::any_of(errors.begin(), errors.end(), [&](const Error& other) {
+        return other.id == error.id && other.deviceId == error.deviceId &&
+               other.kind == error.kind && other.message == error.message;
+    });
+    if (!told) {
+        errors.push_back(std::move(error));
     }
 }
+
+class Planner {
+public:
+    Planner(Session& session, const Repository& repository, DriverState& drivers)
+        : session(session), repository(repository), drivers(drivers) {}
+
+    std::vector<UpdateItem> Plan() {
+        for (PortSession& port : session.Ports()) {
+            if (port.usable) {
+                AddComponents(port);
+            }
+        }
+        return std::move(items);
+    }
+
+private:
+    void AddComponents(PortSession& port) {
+        for (const std::string& kind : KindsInOrder(*port.vendor)) {
+            AddComponents(port, kind);
+        }
+    }
+
+    void AddComponents(PortSession& port, const std::string& kind) {
+        for (CModuleManager* module : ModulesOf(*port.vendor, kind)) {
+            if (kind == FirmwareKind) {
+                module->SetUniqueName(port.view.modelKey);
+            }
+            AddComponent(port, *module, kind);
+        }
+    }
+
+    /// Judges one module of a port, and adds an item where it is to be updated.
+    void AddComponent(PortSession& port, CModuleManager& module, const std::string& kind) {
+        const VersionRules rules{module};
+        Component component;
+        component.kind = kind;
+        component.installed = VersionOf(port.view.versions, kind);
+        const auto package = Choose(port, rules, component);
+        const bool installable = kind != DriverKind || !package || drivers.Judge(component, rules);
+        port.view.components.push_back(component);
+        UpdateItem item{
+            &port, &module, port.view.components.size() - 1, package.value_or(PackageEntry{}), {}};
+        if (kind == DriverKind) {
+            if (auto fault = drivers.Fault(component)) {
+                fault->kind = kind;
+                Tell(session.answer.errors, std::move(*fault));
+            }
+        }
+        if (installable && MayInstall(component, session.options)) {
+            item.View().outcome = Outcome::NotAttempted;
+            ForgiveReading(session.answer.errors, port, kind);
+            items.push_back(std::move(item));
+        }
+    }
+
+    /// The package that fits best, and how it stands to what is installed.
+    std::optional<PackageEntry> Choose(const PortSession& port, const VersionRules& rules,
+                                       Component& component) {
+        const auto compare = [&](const auto& a, const auto& b) { return rules.Compare(a, b); };
+        const auto wellFormed = [&](const auto& version) { return rules.IsWellFormed(version); };
+        Selection selection =
+            SelectPackage(repository, component.kind, port.view.modelKey, compare, wellFormed);
+        if (selection.error) {
+            selection.error->deviceId = port.view.deviceId;
+            selection.error->kind = component.kind;
+            Tell(session.answer.errors, *selection.error);
+        }
+        if (selection.package) {
+            component.offered = selection.package->version;
+        }
+        component.verdict =
+            JudgeVersions(component.installed, component.offered, compare, wellFormed);
+        const qdmctl::Plan plan = PlannedOutcome(component.verdict);
+        component.outcome = plan.outcome;
+        component.reason = plan.reason;
+        return selection.package;
+    }
+
+    Session& session;
+    const Repository& repository;
+    DriverState& drivers;
+    std::vector<UpdateItem> items;
+};
 
 bool SameAdapter(const PciAddress& one, const PciAddress& other) {
     return one.domain == other.domain && one.bus == other.bus && one.device == other.device;
@@ -100,6 +146,9 @@ DeviceIdentifier Gate(const UpdateItem& item) {
 
 bool HasItemFor(const std::vector<UpdateItem>& items, const DeviceIdentifier& gate) {
     return std::any_of(items.begin(), items.end(), [&](const UpdateItem& item) {
+        if (item.View().kind != FirmwareKind) {
+            return false;
+        }
         const PciAddress& address = item.port->found.id.address;
         return SameAdapter(address, gate.address) && address.function == gate.address.function;
     });
@@ -111,7 +160,7 @@ void LeaveOutLoneFunctions(Session& session, std::vector<UpdateItem>& items) {
     const std::vector<UpdateItem> all = items;
     const auto lone = [&](const UpdateItem& item) {
         const DeviceIdentifier gate = Gate(item);
-        if (HasItemFor(all, gate)) {
+        if (item.View().kind != FirmwareKind || HasItemFor(all, gate)) {
             return false;
         }
         item.View().outcome = Outcome::Skipped;
@@ -128,31 +177,65 @@ void LeaveOutLoneFunctions(Session& session, std::vector<UpdateItem>& items) {
     items.erase(std::remove_if(items.begin(), items.end(), lone), items.end());
 }
 
-void Refuse(Session& session, const UpdateItem& item, Error error) {
-    Component& view = item.View();
-    view.outcome = Outcome::Failed;
-    view.reason = error.message;
-    error.deviceId = item.port->view.deviceId;
-    error.kind = view.kind;
-    session.answer.errors.push_back(std::move(error));
+/// The one module of a kind that the ports of the server agree on is installed for them all.
+void RefuseDisagreement(Session& session, std::vector<UpdateItem>& items) {
+    const std::vector<UpdateItem> all = items;
+    const auto rivalOf = [&](const UpdateItem& item) {
+        return std::find_if(all.begin(), all.end(), [&](const UpdateItem& other) {
+            return IsOfServer(item.package.kind) && other.package.kind == item.package.kind &&
+                   other.package.file != item.package.file;
+        });
+    };
+    const auto disagrees = [&](const UpdateItem& item) {
+        const auto rival = rivalOf(item);
+        if (rival == all.end()) {
+            return false;
+        }
+        const auto& [first, second] = std::minmax(item.package.file, rival->package.file);
+        Refuse(session, item,
+               MakeError(ErrorId::PackageUnsuitable,
+                         "the repository offers the ports of this server different modules (" +
+                             first + " and " + second + "), but there is only one " +
+                             item.package.kind + " for them all",
+                         "let one module of this kind be for all models of this server"));
+        return true;
+    };
+    items.erase(std::remove_if(items.begin(), items.end(), disagrees), items.end());
 }
 
-/// Stages a package on its first use; a copy that serves several models is checked for each.
-std::optional<Error> Stage(UpdateItem& item, const Repository& repository,
-                           const std::string& folder, std::map<std::string, std::string>& staged) {
-    const Model& model = *item.port->found.model;
-    const auto known = staged.find(item.package.file);
-    if (known != staged.end()) {
-        item.archive = known->second;
-        return CheckArchive(item.archive, item.package, model);
+/// What the vendor itself has against an update: asked once where the module is the server's.
+std::optional<Error> Condition(Session& session, const UpdateItem& item) {
+    const std::string& kind = item.package.kind;
+    const CallRecord record(ConfigCheckLevels);
+    int refused = 0;
+    session.Reading(session.ReadingStep("checking the conditions of an update", item.port), [&] {
+        refused = item.port->vendor->CheckUpdateConditionByDevicevendor(kind, nullptr);
+    });
+    if (refused == 0) {
+        return std::nullopt;
     }
-    const std::string copy = folder + "/" + std::to_string(staged.size()) + ".zip";
-    auto error = CheckPackage(item.package, model, repository.folder, copy);
-    if (!error) {
-        item.archive = copy;
-        staged.emplace(item.package.file, copy);
-    }
+    Error error = kind == UtilityKind
+                      ? ExplainConfigRefusal(record, session.ProviderDescriptor().utility)
+                      : MakeError(ErrorId::UpdateFailed, "the provider refuses an update",
+                                  "run it again with --trace FILE to see why");
+    error.messageId = record.MessageId();
     return error;
+}
+
+void CheckConditions(Session& session, std::vector<UpdateItem>& items) {
+    std::map<std::string, std::optional<Error>> ofServer;
+    const auto refused = [&](const UpdateItem& item) {
+        const bool shared = IsOfServer(item.package.kind);
+        const auto known = ofServer.find(item.package.kind);
+        const auto error =
+            shared && known != ofServer.end() ? known->second : Condition(session, item);
+        ofServer.emplace(item.package.kind, error);
+        if (error) {
+            Refuse(session, item, *error);
+        }
+        return error.has_value();
+    };
+    items.erase(std::remove_if(items.begin(), items.end(), refused), items.end());
 }
 
 std::optional<Repository> OpenRepository(Session& session) {
@@ -162,50 +245,38 @@ std::optional<Repository> OpenRepository(Session& session) {
     return std::move(repository.value);
 }
 
-std::vector<UpdateItem> PlanUpdate(Session& session, const Repository& repository) {
-    std::vector<UpdateItem> items;
-    for (PortSession& port : session.Ports()) {
-        if (port.usable) {
-            AddComponent(session, port, repository, items);
-        }
-    }
+std::vector<UpdateItem> PlanUpdate(Session& session, const Repository& repository,
+                                   DriverState& drivers) {
+    std::vector<UpdateItem> items = Planner(session, repository, drivers).Plan();
     LeaveOutLoneFunctions(session, items);
+    RefuseDisagreement(session, items);
     return items;
-}
-
-void StagePackages(Session& session, const Repository& repository, std::vector<UpdateItem>& items) {
-    const std::string folder = session.ScratchFolder("packages");
-    if (folder.empty()) {
-        session.AddError(ErrorId::WorkArea,
-                         "cannot make the folder packages below " + session.Root() + "/tmp/qdmctl",
-                         "see that nothing else lies there; nothing has been changed");
-        items.clear();
-        return;
-    }
-    std::map<std::string, std::string> staged;
-    const auto unusable = [&](UpdateItem& item) {
-        auto error = Stage(item, repository, folder, staged);
-        if (error) {
-            Refuse(session, item, std::move(*error));
-        }
-        return error.has_value();
-    };
-    items.erase(std::remove_if(items.begin(), items.end(), unusable), items.end());
 }
 
 }  // namespace
 
-std::vector<UpdateItem> PrepareUpdate(Session& session) {
+void Refuse(Session& session, const UpdateItem& item, Error error) {
+    Component& view = item.View();
+    view.outcome = Outcome::Failed;
+    view.reason = error.message;
+    error.deviceId = item.port->view.deviceId;
+    error.kind = view.kind;
+    Tell(session.answer.errors, std::move(error));
+}
+
+std::vector<UpdateItem> PrepareUpdate(Session& session, DriverState& drivers) {
     const auto repository = session.Open() ? OpenRepository(session) : std::nullopt;
     if (!repository || !session.Link()) {
         return {};
     }
+    drivers.Load();
     session.ReadVersions(session.AllPorts());
     if (session.Stopped()) {
         return {};  // what has not been read would seem unreadable
     }
-    std::vector<UpdateItem> items = PlanUpdate(session, *repository);
+    std::vector<UpdateItem> items = PlanUpdate(session, *repository, drivers);
     StagePackages(session, *repository, items);
+    CheckConditions(session, items);
     return items;
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "qdmctl/DriverState.h"
+#include "qdmctl/ModuleKinds.h"
 #include "qdmctl/Repository.h"
 #include "qdmctl/Session.h"
 
 #include <string>
 #include <vector>
-
-class CModuleManager;
 
 namespace qdmctl {
 
@@ -21,12 +21,13 @@ struct UpdateItem {
     Component& View() const { return port->view.components[component]; }
 };
 
-/// Kinds of modules that can be updated, as update modules and components name them.
-inline constexpr char FirmwareKind[] = "firm";
+/// Tells why an item is not to be updated: as an error of its port or, where the module is the
+/// whole server's, as one error for all ports.
+void Refuse(Session& session, const UpdateItem& item, Error error);
 
 /// Opens the session, reads the ports and judges them: each usable port gets its components, and
 /// those that an update with the given options would install are returned with checked copies of
 /// their packages. Errors go to the answer and to the components that they concern.
-[[nodiscard]] std::vector<UpdateItem> PrepareUpdate(Session& session);
+[[nodiscard]] std::vector<UpdateItem> PrepareUpdate(Session& session, DriverState& drivers);
 
 }  // namespace qdmctl

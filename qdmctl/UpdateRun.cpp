@@ -1,95 +1,49 @@
 #include "qdmctl/UpdateRun.h"
 
 #include "host/CModuleManager.h"
-#include "host/CVendor.h"
 #include "qdmctl/Reasons.h"
+#include "qdmctl/UpdateTexts.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace qdmctl {
 namespace {
 
-/// Condition, registration, backup, pre-update, update, records, restore, apply check.
-constexpr unsigned StepsOfItem = 8;
-
-/// The step in which a kind of module is written, and how a person calls it. The others are over in
-/// a moment.
-struct Work {
-    const char* kind;
-    const char* step;
-    const char* title;
-};
-constexpr Work Works[] = {{FirmwareKind, "pre-update", "flashing firmware"}};
-
-const Work* WorkOf(const std::string& kind, const std::string& step) {
-    const auto found = std::find_if(std::begin(Works), std::end(Works), [&](const Work& work) {
-        return kind == work.kind && step == work.step;
-    });
-    return found == std::end(Works) ? nullptr : found;
-}
+/// Registration, backup, pre-update, update, records, restore, apply check.
+constexpr unsigned StepsOfItem = 7;
 
 constexpr char Unfinished[] = "begun, and not known to have ended";
-constexpr char Unconfirmed[] = "written, but not confirmed by the adapter";
-constexpr char Unchanged[] =
-    "nothing of this port has been changed; mend what is told and repeat the update";
-
-// What to do, by what the port says of itself after a failure.
-constexpr char WhenUnreadable[] =
-    "do not power off or reboot: the adapter may hold half an image; look with qdmctl list until "
-    "it answers with a version, then repeat the update; if it does not, ask the maker's support";
-constexpr char WhenOffered[] =
-    "the offered version is there all the same; look with qdmctl check whether anything is left "
-    "to do";
-constexpr char WhenOther[] =
-    "do not power off or reboot before an update has succeeded: the adapter may hold half an "
-    "image; repeat the update";
-constexpr char WhenNotActive[] =
-    "some adapters run new firmware only after a reset or a reboot: if qdmctl list shows the old "
-    "version after that, too, repeat the update";
-constexpr char WhenLeftToFunction0[] =
-    "see what is told about this adapter's function 0, and repeat the update of both";
-
-constexpr char UnreadableMessage[] = "MSGID_EMULEX_FC_0008_F";
-
-bool LeftToFunction0(const PortSession& port) {
-    return port.found.model->flashedByFunction0 && port.found.id.address.function != 0;
-}
-
-/// Why an update that was told as done is not taken for done.
-std::string Doubt(const UpdateItem& item, const CallRecord& record) {
-    if (record.Has(UnreadableMessage)) {
-        return "the adapter tool told success, but the new version could not be read back";
-    }
-    return LeftToFunction0(*item.port) ? "the adapter was not updated through its function 0"
-                                       : "the adapter tool told success, but " +
-                                             item.View().offered + " did not take effect";
-}
+constexpr char Unconfirmed[] = "written, but not yet confirmed";
+constexpr char Unchanged[] = "nothing has been changed; mend what is told and repeat the update";
+constexpr char NoTool[] = "not begun: the adapter tool has gone, see what is told of the utility";
 
 }  // namespace
 
-UpdateRun::UpdateRun(Session& session, std::vector<UpdateItem>& items)
+UpdateRun::UpdateRun(Session& session, DriverState& drivers, std::vector<UpdateItem>& items)
     : session(session),
+      drivers(drivers),
       items(items),
       stepTotal(static_cast<unsigned>(items.size()) * StepsOfItem) {}
 
 void UpdateRun::Run() {
-    CVendor& vendor = *items.front().port->vendor;
-    for (const auto order :
-         {CVendor::UPDATE_ORDER_FIRST, CVendor::UPDATE_ORDER_SECOND, CVendor::UPDATE_ORDER_THIRD}) {
-        RunKind(vendor.GetUpdateOrderModuleKind(order, false));
+    for (const std::string& kind : KindsInOrder(*items.front().port->vendor)) {
+        RunKind(kind);
+        if (!runs.empty() && session.ToolIsMissing()) {
+            LeaveRest();
+            break;
+        }
     }
     TellInterruption();
 }
 
 void UpdateRun::RunKind(const std::string& kind) {
+    traits = FindTraits(kind);
     runs.clear();
     for (UpdateItem& item : items) {
         if (item.View().kind == kind) {
             runs.push_back(Progress{&item});
         }
     }
-    CheckConditions();
     Register();
     Backup();
     PreUpdate();
@@ -97,12 +51,7 @@ void UpdateRun::RunKind(const std::string& kind) {
     ApplyRecords();
     Restore();
     CheckApplied();
-}
-
-void UpdateRun::CheckConditions() {
-    Phase("condition", [](UpdateItem& item) {
-        return item.port->vendor->CheckUpdateConditionByDevicevendor(item.View().kind, nullptr);
-    });
+    EndRepair();
 }
 
 void UpdateRun::Register() {
@@ -111,17 +60,17 @@ void UpdateRun::Register() {
     });
 }
 
+/// Of all ports before the first step: each drops the result file that they share.
 void UpdateRun::Backup() {
     Phase("backup", [](UpdateItem& item) { return item.module->ExecuteUpdateBackup({}, false); });
 }
 
 void UpdateRun::PreUpdate() {
-    ChangingPhase("pre-update",
-                  [](UpdateItem& item) { return item.module->ExecutePreUpdate(false); });
+    WorkPhase("pre-update", [](UpdateItem& item) { return item.module->ExecutePreUpdate(false); });
 }
 
 void UpdateRun::Update() {
-    ChangingPhase("update", [](UpdateItem& item) { return item.module->ExecuteUpdate(false); });
+    WorkPhase("update", [](UpdateItem& item) { return item.module->ExecuteUpdate(false); });
 }
 
 /// The apply check compares with the operating record.
@@ -131,71 +80,42 @@ void UpdateRun::ApplyRecords() {
 
 /// Drops the caches, also of what has failed: what is read next is what the adapter says now.
 void UpdateRun::Restore() {
+    bool any = false;
     for (Progress& run : runs) {
         const StepScope step(session.console, MakeStep(run, "clean-up"));
         if (run.begun) {
             run.item->module->ExecuteUpdateRestore({});
+            any = true;
+        }
+    }
+    if (any && traits->ofServer) {
+        session.DropCaches();  // also those of ports that take no part
+    }
+}
+
+/// What is left has lost the means to be updated.
+void UpdateRun::LeaveRest() {
+    for (UpdateItem& item : items) {
+        if (item.View().outcome == Outcome::NotAttempted) {
+            item.View().reason = NoTool;
         }
     }
 }
 
-void UpdateRun::CheckApplied() {
-    for (Progress& run : runs) {
-        const StepScope step(session.console, MakeStep(run, "check"));
-        if (run.begun) {
-            CheckOne(run);
-            Report();
-        }
-    }
+bool UpdateRun::Is(const char* kind) const {
+    return std::string(traits->kind) == kind;
 }
 
-void UpdateRun::CheckOne(Progress& run) {
-    Component& view = run.item->View();
-    if (!run.alive) {
-        TellState(run, WhenOther);
-        return;
-    }
-    const CallRecord record;
-    if (Confirmed(*run.item->module, record)) {
-        view.outcome = Outcome::Updated;
-        view.reason = "confirmed by the adapter";
-        run.item->port->view.versions.firmware = run.item->module->GetOperatingVersionCache();
-        return;
-    }
-    run.item->module->RollbackRepository();
-    view.outcome = Outcome::Failed;
-    view.reason = Doubt(*run.item, record);
-    run.error = session.answer.errors.size();
-    session.AddPortError(ErrorId::NotConfirmed, *run.item->port, view.kind + ": " + view.reason, "",
-                         record, view.kind);
-    TellState(run, LeftToFunction0(*run.item->port) ? WhenLeftToFunction0 : WhenNotActive);
+bool UpdateRun::IsWork(const char* name) const {
+    return std::string(traits->step) == name;
 }
 
-/// A port that cannot be read right after a flash gets a second chance.
-bool UpdateRun::Confirmed(CModuleManager& module, const CallRecord& record) {
-    if (!module.ExecuteUpdateApplyCheck()) {
-        return true;
+void UpdateRun::WorkPhase(const char* name, const Call& call) {
+    if (IsWork(name)) {
+        ChangingPhase(name, call);
+    } else {
+        Phase(name, call);
     }
-    if (!record.Has(UnreadableMessage) || session.console.StopRequested()) {
-        return false;
-    }
-    module.UpdateRestore({});
-    return !module.ExecuteUpdateApplyCheck();
-}
-
-/// What the port says of itself once the dust has settled, and what is to be done then.
-void UpdateRun::TellState(Progress& run, const char* hint) {
-    Component& view = run.item->View();
-    Error& error = session.answer.errors[run.error];
-    const std::string version = run.item->module->GetOperatingVersion();
-    if (IsUnreadable(version)) {
-        error.message += "; the port's version cannot be read now";
-        error.hint = WhenUnreadable;
-        return;
-    }
-    const bool offered = run.item->module->CheckVendorVersion(version, view.offered) == 0;
-    error.message += "; the port now reports " + version;
-    error.hint = offered ? WhenOffered : hint;
 }
 
 void UpdateRun::Phase(const char* name, const Call& call) {
@@ -221,41 +141,66 @@ void UpdateRun::ChangingPhase(const char* name, const Call& call) {
     }
 }
 
-/// Whether another port has begun to write this one's adapter as a whole. What is left to do for
-/// this one changes nothing, and it shares the outcome.
+/// Whether another port has begun what serves this one, too: its adapter as a whole, or the whole
+/// server. What is left to do for this one changes nothing, and it shares the outcome.
 bool UpdateRun::FollowsBegun(const Progress& run) const {
     const DiscoveredPort& port = run.item->port->found;
     const PciAddress& own = port.id.address;
-    return port.model->flashedByFunction0 && own.function != 0 &&
-           std::any_of(runs.begin(), runs.end(), [&](const Progress& other) {
-               const PciAddress& address = other.item->port->found.id.address;
-               return other.begun && address.function == 0 && address.domain == own.domain &&
-                      address.bus == own.bus && address.device == own.device;
-           });
+    return std::any_of(runs.begin(), runs.end(), [&](const Progress& other) {
+        const PciAddress& address = other.item->port->found.id.address;
+        const bool sameAdapter =
+            address.domain == own.domain && address.bus == own.bus && address.device == own.device;
+        const bool serves = traits->ofServer || (port.model->flashedByFunction0 && sameAdapter &&
+                                                 own.function != 0 && address.function == 0);
+        return &other != &run && other.begun && serves;
+    });
+}
+
+Step UpdateRun::ChangingStepOf(const Progress& run, const char* name) {
+    Step step = MakeStep(run, name);
+    step.changing = !FollowsBegun(run);
+    step.announce = step.changing || !traits->ofServer;
+    step.deadlineMs = 0;
+    return step;
 }
 
 void UpdateRun::ChangingStep(Progress& run, const char* name, const Call& call) {
-    Step description = MakeStep(run, name);
-    description.changing = !FollowsBegun(run);
-    description.deadlineMs = 0;
+    Step description = ChangingStepOf(run, name);
+    if (description.changing && !NoteRepair(run)) {
+        return;
+    }
     const Component before = run.item->View();
     run.item->View().outcome = Outcome::Failed;
     run.item->View().reason = Unfinished;
     Report();
-    const StepScope step(session.console, description);
-    if (!step) {
-        stopped = true;
-        run.item->View() = before;
+    for (bool again = true; again; description.phase += ", second attempt") {
+        const StepScope step(session.console, description);
+        if (!step) {
+            DoNotBegin(run, name, before);
+            return;
+        }
+        run.begun = true;
+        const CallRecord record;
+        const bool done = call(*run.item) == 0;
+        again = !done && MayTryAgain(run);
+        if (!done && !again) {
+            Fail(run, name, record);
+        }
+    }
+    if (run.alive) {
+        run.item->View().reason = Unconfirmed;
         Report();
+    }
+}
+
+/// The user has stopped the run at the last moment, perhaps between two attempts.
+void UpdateRun::DoNotBegin(Progress& run, const char* name, const Component& before) {
+    stopped = true;
+    if (run.begun) {
+        Fail(run, name, CallRecord());
         return;
     }
-    run.begun = true;
-    const CallRecord record;
-    if (call(*run.item) != 0) {
-        Fail(run, name, record);
-        return;
-    }
-    run.item->View().reason = Unconfirmed;
+    run.item->View() = before;
     Report();
 }
 
@@ -263,25 +208,56 @@ void UpdateRun::Fail(Progress& run, const char* step, const CallRecord& record) 
     run.alive = false;
     Component& view = run.item->View();
     view.outcome = run.begun ? Outcome::Failed : Outcome::NotAttempted;
-    const Work* work = WorkOf(view.kind, step);
-    view.reason =
-        std::string(work != nullptr ? work->title : step) + " failed: " + ReasonOfUpdate(record);
-    run.error = session.answer.errors.size();
-    session.AddPortError(ErrorId::UpdateFailed, *run.item->port, view.kind + ": " + view.reason,
-                         run.begun ? WhenUnreadable : Unchanged, record, view.kind);
+    view.reason = std::string(IsWork(step) ? traits->title : step) +
+                  " failed: " + ReasonOfUpdate(view.kind, record);
+    run.error = AddFailure(ErrorId::UpdateFailed, run,
+                           run.begun ? TextsOf(view.kind).begun : Unchanged, &record);
+    ShareFailure(run);
     Report();
 }
 
+/// The other ports' steps are not called any more: they would find the result file and seem done.
+void UpdateRun::ShareFailure(const Progress& failed) {
+    for (Progress& run : runs) {
+        if (traits->ofServer && run.alive) {
+            run.alive = false;
+            run.item->View().outcome = failed.item->View().outcome;
+            run.item->View().reason = failed.item->View().reason;
+        }
+    }
+}
+
+std::size_t UpdateRun::AddFailure(ErrorId id, const Progress& run, const char* hint,
+                                  const CallRecord* record) {
+    const Component& view = run.item->View();
+    Error error = MakeError(id, view.kind + ": " + view.reason, hint);
+    error.kind = view.kind;
+    error.deviceId = traits->ofServer ? std::string() : run.item->port->view.deviceId;
+    if (record != nullptr) {
+        error.lastError = record->LastError();
+        error.messageId = record->MessageId();
+    }
+    Keep(std::move(error));
+    return session.answer.errors.size() - 1;
+}
+
 Step UpdateRun::MakeStep(const Progress& run, const char* name) {
-    const std::string& kind = run.item->View().kind;
-    const Work* work = WorkOf(kind, name);
-    const bool firstOfPhase = &run == &runs.front();
-    Step step =
-        session.ReadingStep(work != nullptr ? work->title : kind + ": " + name, run.item->port);
-    step.announce = work != nullptr || firstOfPhase;
+    const bool work = IsWork(name);
+    Step step = session.ReadingStep(work ? traits->title : std::string(traits->kind) + ": " + name,
+                                    run.item->port);
+    if (work && traits->ofServer) {
+        step.device.clear();
+    }
+    step.announce = work || &run == &runs.front();
     step.number = ++stepNumber;
     step.total = stepTotal;
     return step;
+}
+
+void UpdateRun::Keep(std::optional<Error> error) {
+    if (error) {
+        session.answer.errors.push_back(std::move(*error));
+    }
 }
 
 void UpdateRun::Report() {

@@ -86,8 +86,8 @@ Answer AnswerOf(Front& front, const Options& options) {
     } else if (front.ChangingStepRuns()) {
         answer.errors.push_back(MakeError(
             ErrorId::Internal, "the worker process was ended while it changed the server",
-            "what it had started may still be at work: do not power off, wait until no hbacmd "
-            "runs any more, then look with qdmctl list"));
+            "what it had started may still be at work: do not power off, wait until no hbacmd, "
+            "rpm, depmod or install script runs any more, then look with qdmctl list"));
     } else {
         answer.errors.push_back(
             MakeError(ErrorId::Internal, "the worker process ended without an answer",

@@ -51,6 +51,12 @@ class Answer:
         return f"exit {self.exit_code}\n{self.stdout}\n{self.stderr}"
 
 
+def components(answer, kind="firm"):
+    """What an answer's JSON tells of one kind of module, port by port; None of all kinds."""
+    return [component for port in answer["ports"] for component in port.get("components", [])
+            if kind in (None, component["kind"])]
+
+
 class Lab:
     """One server. `repo` is the folder outside that is /repo inside."""
 

@@ -5,7 +5,7 @@ import re
 import time
 
 import pytest
-from conftest import REPOSITORY, SERVERS, Lab
+from conftest import REPOSITORY, SERVERS, Lab, components
 
 ROOT = "/opt/velmora/qdm/provider"
 MOST_BYTES = 4 << 20  # of all files that a run may leave or hold below the install root
@@ -67,8 +67,8 @@ def told_errors(answer):
 
 
 def told_outcome(port):
-    if port.get("components"):
-        return port["components"][0]["outcome"]
+    for component in components({"ports": [port]}):
+        return component["outcome"]
     return "read" if port["versions"]["firmware"] else "not read"
 
 

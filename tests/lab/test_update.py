@@ -4,7 +4,7 @@ import json
 
 import jsonschema
 import pytest
-from conftest import REPOSITORY, SERVERS
+from conftest import REPOSITORY, SERVERS, components
 
 INDEX_SCHEMA = REPOSITORY / "qdmctl/schemas/qdm.repository.1.schema.json"
 NEW = {"fcelx_16g": "11.2.156.27", "fcelx_8g1p": "2.10a5", "fcelx_8g2p": "2.10a5"}
@@ -21,8 +21,7 @@ def update(lab, *options, **keywords):
 
 
 def outcomes(answer):
-    return [component["outcome"] for port in answer.json["ports"]
-            for component in port["components"]]
+    return [component["outcome"] for component in components(answer.json)]
 
 
 def running(lab):
@@ -46,8 +45,8 @@ def test_update_brings_all_ports_to_the_offered_versions(lab):
     assert (done.exit_code, done.json["result"], done.json["errors"]) == (0, "ok", [])
     assert outcomes(done) == ["updated"] * 5
     assert running(lab) == NEW
-    for port in done.json["ports"]:
-        assert port["versions"]["firmware"] == port["components"][0]["offered"]
+    for port, component in zip(done.json["ports"], components(done.json)):
+        assert port["versions"]["firmware"] == component["offered"]
 
     flashed = downloads(lab)
     again = update(lab)
@@ -89,7 +88,7 @@ def test_versions_older_same_and_unreadable(make_lab):
     lab = make_lab(server=server)
     fill(lab, {"fcelx_16g": "11.2.156.9", "fcelx_8g1p": "2.10a5", "fcelx_8g2p": "2.02a3"})
     looked = lab.qdmctl("check", "--repo", "/repo")
-    verdicts = [port["components"][0]["verdict"] for port in looked.json["ports"]]
+    verdicts = [component["verdict"] for component in components(looked.json)]
     assert verdicts == ["older", "older", "unreadable", "same", "same"]
     plain = update(lab)
     assert (plain.exit_code, plain.json["result"], downloads(lab)) == (0, "nothing", [])
@@ -113,8 +112,7 @@ def test_dry_run_and_question_change_nothing(lab):
         output, _ = process.communicate(reply + "\n", timeout=60)
         answer = json.loads(lab.inside("/root/answer").read_text())
         assert "0000:03:00.0-10df-e200" in output and "[y/N]" in output
-        assert {component["outcome"] for port in answer["ports"]
-                for component in port["components"]} == {expected}
+        assert {component["outcome"] for component in components(answer)} == {expected}
 
 
 def test_port_that_does_not_take_the_image_fails_alone(lab):
@@ -169,7 +167,7 @@ def test_interrupt_never_ends_a_flash(lab):
     answer = json.loads(output)
     assert "never ended" in said and process.returncode == 4
     assert "interrupted" in [error["id"] for error in answer["errors"]]
-    told = [port["components"][0]["outcome"] for port in answer["ports"]]
+    told = [component["outcome"] for component in components(answer)]
     assert told[0] == "updated" and told[2:] == ["not-attempted"] * 3
     assert running(lab) == {**NEW, "fcelx_8g1p": "2.02a3", "fcelx_8g2p": "2.02a3"}
     assert all(one["flashing"] == [] for one in lab.show()["adapters"])

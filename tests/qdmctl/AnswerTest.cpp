@@ -233,6 +233,17 @@ TEST(AnswerTable, WideTablesHaveOneAlignedRowAPort) {
     EXPECT_NE(lines.at(2).find("m..."), std::string::npos);
 }
 
+TEST(AnswerTable, LeavesOutKindsThatNothingIsOfferedOf) {
+    Answer answer = MakeAnswer({{Outcome::NotNeeded, Outcome::NotNeeded}});
+    auto& components = answer.ports[0].components;
+    components[1].kind = "driver";
+    EXPECT_NE(ToTable(answer, {0, false}).find("2 not-needed"), std::string::npos);
+    components[0].offered = "1";
+    const std::string table = ToTable(answer, {0, false});
+    EXPECT_NE(table.find("1 not-needed"), std::string::npos) << table;
+    EXPECT_EQ(table.find("driver"), std::string::npos) << table;
+}
+
 TEST(AnswerTable, ColoursOnlyWhenAsked) {
     EXPECT_NE(ToTable(AwkwardAnswer(), {80, true}).find("\x1b[31mfailed\x1b[0m"),
               std::string::npos);

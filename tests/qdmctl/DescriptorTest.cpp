@@ -21,6 +21,13 @@ TEST(Descriptor, RefusesWhatIsNotExactlyOneAndNamesFileAndKey) {
         {"/kernel_module", "lpfc; id", "kernel_module: must be"},
         {"/supported_devices", 7, "supported_devices: must be"},
         {"/libary", "typing error", "libary: is no known key"},
+        {"/architectures/x86_64", "../x64", "architectures.x86_64: must be"},
+        {"/utility/tool", "usr/sbin/hbacmd", "utility.tool: must be"},
+        {"/utility/unpacked", "/tmp/{architecture}", "utility.unpacked: must be"},
+        {"/utility/configuration/0/lines", {"Key"}, "configuration[0].lines: each must be"},
+        {"/utility/configuration/1/key", "x", "utility.configuration[1].key: is no known"},
+        {"/driver", nullptr, "driver: is missing"},
+        {"/files/util/0/pattern", "{architectur}/x", "files.util[0].pattern: must be"},
         {"/models", Json::array(), "models: must be an array"},
         {"/models/0/vendor_class", "", "models[0].vendor_class: must be"},
         {"/models/0/model_key", nullptr, "models[0].model_key: is missing"},
@@ -49,6 +56,20 @@ TEST(Descriptor, RefusesWhatIsNotExactlyOneAndNamesFileAndKey) {
         const std::string& message = descriptor.errors.at(0).message;
         EXPECT_EQ(message.find("/provider/EMULEX_FC.json: "), 0U) << message;
         EXPECT_NE(message.find(fault), std::string::npos) << message;
+    }
+}
+
+TEST(Descriptor, NamesTheFilesOfAMachinesArchitecture) {
+    const std::string text = ReadText(QDM_SHIPPED_DESCRIPTOR);
+    for (const auto& [machine, folder] :
+         {std::pair("x86_64", "x64"), {"i686", "x86"}, {"aarch64", "aarch64"}}) {
+        Descriptor descriptor = ParseDescriptor(text, QDM_SHIPPED_DESCRIPTOR).value.value();
+        UseArchitecture(descriptor, machine);
+        EXPECT_EQ(descriptor.utility.unpacked, std::string("tmp/EMULEX/temp/tmp/") + folder);
+        for (const Model& model : descriptor.models) {
+            EXPECT_EQ(model.files.at("util").at(1).pattern, std::string(folder) + "/install.sh");
+            EXPECT_EQ(model.files.at("driver").at(0).pattern, std::string(folder) + "/FC/*.rpm");
+        }
     }
 }
 
