@@ -81,24 +81,31 @@ void PlaceReasons(Table& table, const TableStyle& style) {
     }
 }
 
+bool IsIdle(const Component& component) {
+    return component.offered.empty() && OutcomeOf(component) == Outcome::NotNeeded;
+}
+
+std::set<std::string> BusyKinds(const std::vector<Port>& ports) {
+    std::set<std::string> kinds;
+    for (const Port& port : ports) {
+        for (const Component& component : port.components) {
+            kinds.insert(IsIdle(component) ? std::string() : component.kind);
+        }
+    }
+    kinds.erase(std::string());
+    return kinds;
+}
+
 /// A repository that has nothing of a kind for any port leaves that kind out of the table, unless
 /// nothing would be left.
 std::vector<Port> WithoutIdleKinds(std::vector<Port> ports) {
-    std::set<std::string> offered;
-    for (const Port& port : ports) {
-        for (const Component& component : port.components) {
-            if (!component.offered.empty() || OutcomeOf(component) != Outcome::NotNeeded) {
-                offered.insert(component.kind);
-            }
-        }
-    }
+    const std::set<std::string> busy = BusyKinds(ports);
     const auto idle = [&](const Component& component) {
-        return offered.count(component.kind) == 0;
+        return !busy.empty() && busy.count(component.kind) == 0;
     };
     for (Port& port : ports) {
         auto& all = port.components;
-        all.erase(offered.empty() ? all.end() : std::remove_if(all.begin(), all.end(), idle),
-                  all.end());
+        all.erase(std::remove_if(all.begin(), all.end(), idle), all.end());
     }
     return ports;
 }

@@ -2,6 +2,7 @@
 #include "host/CStringUtil.h"
 #include "host/CVendor.h"
 #include "qdmctl/BootIdentifier.h"
+#include "qdmctl/ConfigRefusal.h"
 #include "qdmctl/Doctor.h"
 #include "qdmctl/DriverOnDisk.h"
 #include "qdmctl/ModuleKinds.h"
@@ -16,22 +17,6 @@ namespace qdmctl {
 namespace {
 
 constexpr char adapterTool[] = "/usr/sbin/ocmanager/hbacmd";
-
-/// Keeps what the utility's configuration check says, too, which is no failure of the provider.
-class ConfigRecord : public CallRecord {
-public:
-    unsigned TraceLevels() const override {
-        return CTraceUtility::TRACE_DBG_ERROR | CTraceUtility::TRACE_DBG_INFO;
-    }
-
-    /// The last line that begins so; empty when there is none.
-    std::string LineWith(const std::string& beginning) const {
-        const auto found =
-            std::find_if(Details().rbegin(), Details().rend(),
-                         [&](const std::string& line) { return line.rfind(beginning, 0) == 0; });
-        return found == Details().rend() ? std::string() : *found;
-    }
-};
 
 /// Makes checks of what the session has found wrong since there were `told` errors; none: all is
 /// well.
@@ -106,24 +91,9 @@ PortSession* AnyUsable(Session& session) {
     return found == session.Ports().end() ? nullptr : &*found;
 }
 
-std::string ConfigFinding(const ConfigRecord& record) {
-    const std::string wrong = record.LineWith("not silent ");
-    std::string unopened = record.LineWith("Failed to open file");
-    if (!wrong.empty()) {
-        return "a setting has a wrong value: " + wrong.substr(wrong.find('['));
-    }
-    if (!unopened.empty()) {
-        return unopened;
-    }
-    if (!record.LineWith("I found").empty()) {
-        return "a package is installed that must not be; see utility-package";
-    }
-    return "a required setting is missing";
-}
-
 void CheckConfiguration(Checks& checks, Session& session, PortSession& port) {
     constexpr char name[] = "utility-config";
-    const ConfigRecord record;
+    const CallRecord record(ConfigCheckLevels);
     int refused = 0;
     session.Reading(session.ReadingStep("checking the utility's configuration", nullptr), [&] {
         refused = port.vendor->CheckUpdateConditionByDevicevendor("util", nullptr);
@@ -131,9 +101,8 @@ void CheckConfiguration(Checks& checks, Session& session, PortSession& port) {
     if (refused == 0) {
         AddOk(checks, name, "as updates of the utility require it");
     } else {
-        AddFailure(checks, name, ConfigFinding(record),
-                   "set emulexDiscConfig and emulexRMConfig in /etc to local, read-write "
-                   "operation, as the utility's installation writes them");
+        const Error error = ExplainConfigRefusal(record, session.ProviderDescriptor().utility);
+        AddFailure(checks, name, error.message, error.hint);
     }
 }
 

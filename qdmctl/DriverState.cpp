@@ -6,6 +6,8 @@
 #include "qdmctl/Repository.h"
 #include "qdmctl/Session.h"
 
+#include <algorithm>
+
 namespace qdmctl {
 namespace {
 
@@ -120,21 +122,23 @@ std::optional<Error> DriverState::Drop() {
 
 /// A run that was killed behind rpm has recorded nothing.
 void DriverState::RecordFound() {
+    const auto waits = [](const Component& component) {
+        return component.kind == DriverKind && component.outcome == Outcome::Pending;
+    };
     std::vector<std::string> deviceIds;
     Component waiting;
     for (const PortSession& port : session.Ports()) {
-        for (const Component& component : port.view.components) {
-            if (component.kind == DriverKind && component.outcome == Outcome::Pending) {
-                waiting = component;
-                deviceIds.push_back(port.view.deviceId);
-            }
+        const auto& all = port.view.components;
+        const auto found = std::find_if(all.begin(), all.end(), waits);
+        if (found != all.end()) {
+            waiting = *found;
+            deviceIds.push_back(port.view.deviceId);
         }
     }
     const PendingUpdate* known = store.Find(DriverKind);
-    if (deviceIds.empty() || damage || (known != nullptr && known->version == waiting.offered)) {
-        return;
-    }
-    if (auto error = Record(waiting, deviceIds)) {
+    const bool recorded = known != nullptr && known->version == waiting.offered;
+    auto error = deviceIds.empty() || recorded ? std::nullopt : Record(waiting, deviceIds);
+    if (error) {
         session.answer.errors.push_back(std::move(*error));
     }
 }

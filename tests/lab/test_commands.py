@@ -173,9 +173,9 @@ UNHEALTHY = [  # check, state, part of the finding; what makes it so; how it is 
         "HbaAttributes", "empty"), (), {}),
     ("adapters", "failure", "no adapter that", None, (), {"adapters": []}),
     ("lspci-form", "warning", "-p00", None, (), {"revision": "03"}),
-    ("utility-config", "failure", "[TcpSocketPortNumber:23334]", lambda lab: write(
+    ("utility-config", "failure", '"TcpSocketPortNumber : 23334" where', lambda lab: write(
         lab, "/etc/emulexDiscConfig", "TcpSocketPortNumber : 23334\n"), (), {}),
-    ("utility-config", "failure", "is missing", lambda lab: write(
+    ("utility-config", "failure", "emulexRMConfig lacks", lambda lab: write(
         lab, "/etc/emulexRMConfig", ""), (), {}),
     ("driver", "warning", "10.2.370.14 is loaded, 10.2.370.15 is on disk", cached_driver, (), {}),
     ("pending", "warning", "does not operate yet", record, (), {}),
