@@ -60,7 +60,7 @@ def test_every_command_of_the_guide(lab, tmp_path):
                        cwd=tmp_path, capture_output=True)
     shutil.move(tmp_path / "qdm.tar.gz", lab.inside("/root"))
     for command, (beginning, said, *before) in zip(COMMANDS[len(packing):], KNOWN, strict=True):
-        assert command.startswith(beginning)
+        assert command.startswith(beginning), f"not known here: {command}"
         for act in before:
             act(lab)
         done = lab.run("sh", "-c", f"cd /root; {command}")
