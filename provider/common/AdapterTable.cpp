@@ -1,28 +1,37 @@
 #include "provider/common/AdapterTable.h"
 
 #include "provider/common/KeyValueLine.h"
-#include "provider/common/TextFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace {
 
-using Keys = std::vector<std::string>;
+struct Key {
+    std::string name;
+    AdapterTable::Name column;
+};
 
-// A port without a WWN shows an address of the other kind.
-const Keys& KeysOf(AdapterTable::Name name) {
-    static const Keys keys[] = {
-        {"Port WWN", "Permanent MAC"}, {"Port Number"}, {AdapterTable::BusKey},
-        {AdapterTable::FunctionKey},   {"Port Type"},   {"Serial No."}};
-    return keys[name];
+// Of two keys of one column the first counts: a port without a WWN shows an address of the other
+// kind.
+const std::array<Key, 7>& Keys() {
+    using T = AdapterTable;
+    static const std::array<Key, 7> keys = {{{"Port WWN", T::Address},
+                                             {"Permanent MAC", T::Address},
+                                             {"Port Number", T::PortNumber},
+                                             {T::BusKey, T::Bus},
+                                             {T::FunctionKey, T::Function},
+                                             {"Port Type", T::PortType},
+                                             {"Serial No.", T::SerialNumber}}};
+    return keys;
 }
 
 constexpr std::string_view initials = "PS";  ///< of the keys
 
-// Most keys differ from the text in their second letter.
+// The keys differ more at their end than at their beginning.
 bool BeginsWith(std::string_view text, const std::string& key) {
-    return text.size() >= key.size() && text[1] == key[1] &&
+    return text.size() >= key.size() && text[key.size() - 1] == key.back() &&
            std::memcmp(text.data(), key.data(), key.size()) == 0;
 }
 
@@ -31,15 +40,24 @@ bool BeginsWith(std::string_view text, const std::string& key) {
 const std::string AdapterTable::BusKey = "PCI Bus Number";
 const std::string AdapterTable::FunctionKey = "PCI Function";
 
-AdapterTable::AdapterTable(TextFile& file) {
-    for (const Name name : {Address, PortNumber, Bus, Function, PortType, SerialNumber}) {
-        columns.push_back({&KeysOf(name)});
+bool AdapterTable::Has(std::size_t index) {
+    const auto complete = [&] {
+        return std::all_of(columns.begin(), columns.end(),
+                           [&](const Column& column) { return index < column.reach; });
+    };
+    while (!complete() && ReadOn()) {
     }
-    while (file.SkipTo(initials)) {
-        if (const auto line = file.NextInBlanks()) {
-            Take(*line);
-        }
+    return index < columns[Address].reach;
+}
+
+bool AdapterTable::ReadOn() {
+    if (!file.SkipTo(initials)) {
+        return false;
     }
+    if (const auto line = file.NextInBlanks()) {
+        Take(*line);
+    }
+    return true;
 }
 
 // One look at each place where a key may begin, in place of a search for every key: the list is as
@@ -59,24 +77,14 @@ void AdapterTable::Take(std::string_view line) {
     }
 }
 
+// Keys of one column begin with the same letter, so that the first place of each is met first.
 bool AdapterTable::FindKeys(std::string_view line, std::size_t at) {
-    bool found = false;
-    for (Column& column : columns) {
-        found = FindKey(line, at, column) || found;
-    }
-    return found;
-}
-
-// Of several keys in a line the first of the list counts. Keys of one column begin with the same
-// letter, so that the first place of each is met first.
-bool AdapterTable::FindKey(std::string_view line, std::size_t at, Column& column) {
-    for (const std::string& key : *column.keys) {
-        if (column.match && column.match->key == &key) {
-            return false;
-        }
-        if (BeginsWith(line.substr(at), key)) {
-            column.match = KeyValueLine::Match{&key, at};
-            return true;
+    const std::string_view rest = line.substr(at);
+    for (const Key& key : Keys()) {
+        std::optional<KeyValueLine::Match>& match = columns[key.column].match;
+        if (BeginsWith(rest, key.name) && (!match || &key.name < match->key)) {
+            match = KeyValueLine::Match{&key.name, at};
+            return true;  // no other begins here
         }
     }
     return false;
@@ -86,7 +94,8 @@ void AdapterTable::TakeValue(std::string_view line, Column& column) {
     // A line without a value gives the next one there will be.
     column.lines.push_back(column.values.size());
     if (const auto value = KeyValueLine::Value(line, *column.match, ":")) {
-        column.values.push_back({column.match->key, std::string(*value)});
+        column.values.push_back({column.match->key, text.size(), value->size()});
+        text.append(*value).push_back('\0');
         column.reach = column.lines.size();
     }
     column.match.reset();
@@ -99,7 +108,7 @@ AdapterTable::Record AdapterTable::At(std::size_t index) const {
             break;
         }
         const Entry& entry = column.values[column.lines[index]];
-        record[*entry.key] = entry.value;
+        record[*entry.key] = ValueOf(entry);
     }
     return record;
 }
@@ -107,5 +116,6 @@ AdapterTable::Record AdapterTable::At(std::size_t index) const {
 std::string_view AdapterTable::Value(std::size_t index, Name name) const {
     const bool complete = std::all_of(columns.begin(), columns.begin() + name + 1,
                                       [&](const Column& column) { return index < column.reach; });
-    return complete ? columns[name].values[columns[name].lines[index]].value : std::string_view();
+    return complete ? ValueOf(columns[name].values[columns[name].lines[index]])
+                    : std::string_view();
 }

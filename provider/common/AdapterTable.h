@@ -1,15 +1,16 @@
 #pragma once
 
 #include "provider/common/KeyValueLine.h"
+#include "provider/common/TextFile.h"
 
+#include <array>
 #include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
-
-class TextFile;
 
 /// The adapter tool's list of ports, by what each port's record is made of.
 ///
@@ -26,34 +27,37 @@ public:
     static const std::string BusKey;
     static const std::string FunctionKey;
 
-    /// Takes all there is in the file.
-    explicit AdapterTable(TextFile& file);
+    /// The file is read as far as the records that are asked for.
+    explicit AdapterTable(TextFile file) : file(std::move(file)) {}
 
-    /// Number of records.
-    std::size_t Size() const { return columns[Address].reach; }
+    /// Whether there are so many records and one more. To be asked before one is looked at.
+    bool Has(std::size_t index);
 
     Record At(std::size_t index) const;
 
-    /// One value of a record; empty where the record lacks it.
+    /// One value of a record, with a NUL behind it; empty where the record lacks it.
     std::string_view Value(std::size_t index, Name name) const;
 
 private:
     struct Entry {
         const std::string* key;
-        std::string value;
+        std::size_t begin;  ///< of the value in `text`, where a NUL ends it
+        std::size_t size;
     };
     struct Column {
-        const std::vector<std::string>* keys;
         std::vector<std::size_t> lines = {};  ///< for each line with a key, the value that it gives
         std::vector<Entry> values = {};
         std::size_t reach = 0;  ///< number of those lines that give one
         std::optional<KeyValueLine::Match> match = std::nullopt;  ///< in the line at hand
     };
 
+    bool ReadOn();
     void Take(std::string_view line);
     bool FindKeys(std::string_view line, std::size_t at);
-    static bool FindKey(std::string_view line, std::size_t at, Column& column);
-    static void TakeValue(std::string_view line, Column& column);
+    void TakeValue(std::string_view line, Column& column);
+    std::string_view ValueOf(const Entry& entry) const { return {&text[entry.begin], entry.size}; }
 
-    std::vector<Column> columns;
+    TextFile file;
+    std::array<Column, SerialNumber + 1> columns;
+    std::string text;  ///< all values
 };

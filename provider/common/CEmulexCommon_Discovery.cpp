@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -35,6 +36,9 @@ constexpr std::size_t vendorPrefixLength = 4;  // "VEN_"
 constexpr std::size_t devicePartLength = 7;    // "DEV_" and all digits but the last
 
 constexpr std::size_t valueColumn = 17;
+
+// A letter of the key "PCI Bus Number" that hardly any other line holds.
+constexpr std::string_view rareInBusKey = "B";
 
 constexpr int functionsPerDevice = 2;
 constexpr int pciFunctionsPerDevice = 8;
@@ -105,8 +109,8 @@ std::optional<AdapterTable> ReadAdapters() {
     if (!file) {
         return std::nullopt;
     }
-    AdapterTable adapters(file);
-    if (adapters.Size() == 0) {
+    AdapterTable adapters(std::move(file));
+    if (!adapters.Has(0)) {
         CEmulexCommon::SetLastError(ErrorCode::NoAdapter);
         return std::nullopt;
     }
@@ -141,8 +145,7 @@ std::optional<long> NumberInColumn(std::string_view line, std::size_t width) {
 // How many function numbers the adapter list gives each device: it shows a number of 8 or more on
 // this bus only when it counts as PCI does.
 int FunctionMultiplier(TextFile& file, int bus) {
-    const std::string_view initial(AdapterTable::BusKey.data(), 1);
-    while (file.SkipTo(initial)) {
+    while (file.SkipTo(rareInBusKey)) {
         auto line = file.Next();
         if (!line || line->find(AdapterTable::BusKey) == std::string_view::npos) {
             continue;
@@ -191,7 +194,7 @@ std::optional<Location> Locate(const std::string& deviceId) {
     return at;
 }
 
-bool FindAdapter(const AdapterTable& adapters, const Location& location, Adapter& adapter) {
+bool FindAdapter(AdapterTable& adapters, const Location& location, Adapter& adapter) {
     TextFile file(WorkArea::AdapterList());
     if (!file) {
         return false;
@@ -201,7 +204,7 @@ bool FindAdapter(const AdapterTable& adapters, const Location& location, Adapter
         location.function;
     const std::string bus = CStringUtil::NumberToTString(location.bus);
     const std::string function = CStringUtil::NumberToTString(number);
-    for (std::size_t index = 0; index < adapters.Size(); ++index) {
+    for (std::size_t index = 0; adapters.Has(index); ++index) {
         if (IsAt(adapters, index, bus, function)) {
             adapter = adapters.At(index);
             return true;
@@ -247,12 +250,12 @@ bool CEmulexCommon::GetVenderIdList(std::list<std::string>* ids) {
 }
 
 bool CEmulexCommon::GetHBAInfoList(std::list<std::map<std::string, std::string>>* adapters) {
-    const std::optional<AdapterTable> table = ListAdapters(adapters != nullptr);
+    std::optional<AdapterTable> table = ListAdapters(adapters != nullptr);
     if (adapters == nullptr) {
         return false;
     }
     adapters->clear();
-    for (std::size_t index = 0; table && index < table->Size(); ++index) {
+    for (std::size_t index = 0; table && table->Has(index); ++index) {
         adapters->push_back(table->At(index));
     }
     return table.has_value();
@@ -266,7 +269,7 @@ bool CEmulexCommon::GetHBAInfo(std::string deviceId, std::map<std::string, std::
         return false;
     }
     adapter->clear();
-    const std::optional<AdapterTable> adapters = ListAdapters(true);
+    std::optional<AdapterTable> adapters = ListAdapters(true);
     if (!adapters) {
         trace.SetExit("CEmulexCommon::GetHBAInfo() GetHBAInfoList result error [END]");
         return false;
