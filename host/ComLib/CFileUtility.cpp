@@ -28,6 +28,16 @@ std::string WithoutFinalSlash(std::string path) {
     return path;
 }
 
+bool MakeParents(const std::string& path) {
+    for (auto slash = path.find('/', 1); slash != std::string::npos;
+         slash = path.find('/', slash + 1)) {
+        if (mkdir(path.substr(0, slash).c_str(), 0700) != 0 && errno != EEXIST) {
+            return false;
+        }
+    }
+    return true;
+}
+
 /// Calls `visit` for each entry but "." and ".."; false when the folder could not be read.
 bool ForEachEntry(const std::string& folder,
                   const std::function<void(const std::string& name, mode_t mode)>& visit) {
@@ -70,11 +80,11 @@ bool CFileUtility::CreateFolder(std::string path) {
         errno = ENOENT;
         return false;
     }
-    for (auto slash = path.find('/', 1); slash != std::string::npos;
-         slash = path.find('/', slash + 1)) {
-        if (mkdir(path.substr(0, slash).c_str(), 0700) != 0 && errno != EEXIST) {
-            return false;
-        }
+    if (IsFolder(path)) {
+        return true;  // most often, so without a try for each part of the path
+    }
+    if (!MakeParents(path)) {
+        return false;
     }
     if (mkdir(path.c_str(), 0700) == 0) {
         return true;
