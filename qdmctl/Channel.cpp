@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace qdmctl {
 namespace {
@@ -21,12 +22,21 @@ Channel::~Channel() {
     }
 }
 
-bool Channel::Send(FrameType type, const std::string& text) {
+void Channel::SendWithNext(FrameType type, const std::string& text) {
     const auto size = static_cast<std::uint32_t>(text.size());
-    std::string bytes(HeaderSize, '\0');
-    std::memcpy(bytes.data(), &size, sizeof size);
-    bytes[sizeof size] = static_cast<char>(type);
-    bytes += text;
+    char header[HeaderSize];
+    std::memcpy(header, &size, sizeof size);
+    header[sizeof size] = static_cast<char>(type);
+    waiting.append(header, HeaderSize).append(text);
+}
+
+bool Channel::Send(FrameType type, const std::string& text) {
+    SendWithNext(type, text);
+    return Flush();
+}
+
+bool Channel::Flush() {
+    const std::string bytes = std::exchange(waiting, std::string());
     for (std::size_t sent = 0; sent < bytes.size();) {
         const ssize_t count =
             ::send(descriptor, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);

@@ -21,7 +21,18 @@ bool Console::Begin(const Step& step) {
 
 void Console::End() {
     watch.SetChanging(false);
-    channel.Send(FrameType::StepEnd);
+    if (joining) {
+        channel.SendWithNext(FrameType::StepEnd);
+    } else {
+        channel.Send(FrameType::StepEnd);
+    }
+}
+
+void Console::JoinSteps(bool value) {
+    joining = value;
+    if (!joining) {
+        channel.Flush();
+    }
 }
 
 void Console::Report(const Answer& answer) {

@@ -21,6 +21,10 @@ public:
     [[nodiscard]] bool Begin(const Step& step);
     void End();
 
+    /// While this is set, the end of a step is told together with what follows it: each word wakes
+    /// the front process. Clearing it tells what is left.
+    void JoinSteps(bool value);
+
     /// Keeps the answer that holds if this process ends without another word.
     void Report(const Answer& answer);
 
@@ -37,6 +41,7 @@ private:
     Channel& channel;
     FrontWatch watch;
     bool stop = false;
+    bool joining = false;
 };
 
 /// A step that ends with its scope.
@@ -56,6 +61,18 @@ public:
 private:
     Console& console;
     bool begun;
+};
+
+/// Short reading steps that follow each other, with hardly any work between them.
+class StepRow {
+public:
+    explicit StepRow(Console& console) : console(console) { console.JoinSteps(true); }
+    ~StepRow() { console.JoinSteps(false); }
+    StepRow(const StepRow&) = delete;
+    StepRow& operator=(const StepRow&) = delete;
+
+private:
+    Console& console;
 };
 
 }  // namespace qdmctl

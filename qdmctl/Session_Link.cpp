@@ -39,6 +39,7 @@ std::list<CNecessaryComponentInfo> MissingComponents(CVendor& vendor) {
 }  // namespace
 
 bool Session::Link() {
+    const StepRow row(console);
     for (PortSession& port : ports) {
         if (!MakeVendor(port)) {
             return false;

@@ -57,6 +57,7 @@ void PutPortsFirst(std::vector<Error>& errors, std::size_t from) {
 }  // namespace
 
 void Session::ReadVersions(const std::vector<PortSession*>& wanted) {
+    const StepRow row(console);
     const std::size_t toldBefore = answer.errors.size();
     if (options.jobs > 1) {
         // What every port needs is there before they are asked beside each other.
