@@ -38,8 +38,8 @@ void ReadVersion(Session& session, PortSession& port, const RepairNote& note, Lo
             look.version = IsUnreadable(version) ? std::string() : version;
         });
     }
-    look.asNoted =
-        !look.version.empty() && module->CheckVendorVersion(look.version, note.version) == 0;
+    look.asNoted = module != nullptr && !look.version.empty() &&
+                   module->CheckVendorVersion(look.version, note.version) == 0;
 }
 
 Look LookAtUtility(Session& session, const RepairNote& note) {

@@ -1,6 +1,7 @@
 #include "qdmctl/ConfigRefusal.h"
 
 #include "qdmctl/ModuleKinds.h"
+#include "qdmctl/TextForms.h"
 
 #include <algorithm>
 #include <optional>
@@ -15,10 +16,6 @@ constexpr char NotOpened[] = "Failed to open file(";
 constexpr char PackageFound[] = "I found elxocmjvm";
 
 using Lines = std::vector<std::string>;
-
-bool StartsWith(const std::string& text, const std::string& beginning) {
-    return text.compare(0, beginning.size(), beginning) == 0;
-}
 
 /// What stands behind the beginning, up to the closing sign.
 std::string Inside(const std::string& line, const std::string& beginning, const char* closing) {

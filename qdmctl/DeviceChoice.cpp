@@ -1,6 +1,7 @@
 #include "qdmctl/DeviceChoice.h"
 
 #include "host/CStringUtil.h"
+#include "qdmctl/TextForms.h"
 
 #include <algorithm>
 
@@ -16,10 +17,6 @@ std::string WwpnOf(const std::string& text) {
     const bool form = digits.size() == WwpnDigits &&
                       digits.find_first_not_of("0123456789ABCDEF") == std::string::npos;
     return form ? digits : std::string();
-}
-
-bool StartsWith(const std::string& text, const std::string& beginning) {
-    return text.compare(0, beginning.size(), beginning) == 0;
 }
 
 /// "03:00.0-10df-e200" for "0000:03:00.0-10df-e200".

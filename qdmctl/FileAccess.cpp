@@ -1,7 +1,6 @@
 #include "qdmctl/FileAccess.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
@@ -99,6 +98,11 @@ bool WriteFully(const FileHandle& file, const char* data, std::size_t size) {
     return true;
 }
 
+bool WriteDurably(const FileHandle& file, const std::string& content) {
+    return file.IsOpen() && WriteFully(file, content.data(), content.size()) &&
+           fsync(file.Get()) == 0;
+}
+
 std::string ReadWhole(PlainFile& file, std::size_t limit) {
     std::string content(std::min<std::uint64_t>(limit, file.size) + 1, '\0');
     const long count = ReadFully(file.handle, content.data(), content.size());
@@ -120,6 +124,17 @@ std::string ReadWhole(PlainFile& file, std::size_t limit) {
 
 std::string SystemText(int error) {
     return std::generic_category().message(error);
+}
+
+bool IsDiskFull(int error) {
+    return error == ENOSPC || error == EDQUOT;
+}
+
+std::string OtherHands(const struct stat& status, uid_t owner) {
+    if (status.st_uid != owner) {
+        return "belongs to another user";
+    }
+    return (status.st_mode & (S_IWGRP | S_IWOTH)) != 0 ? "is writable for other users" : "";
 }
 
 }  // namespace qdmctl

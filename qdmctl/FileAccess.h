@@ -1,5 +1,6 @@
 #pragma once
 
+#include <sys/stat.h>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -39,10 +40,20 @@ struct PlainFile {
 /// False with errno on failure.
 [[nodiscard]] bool WriteFully(const FileHandle& file, const char* data, std::size_t size);
 
+/// Writes an open file whole and onto its disk. False with errno on failure, also of its opening.
+[[nodiscard]] bool WriteDurably(const FileHandle& file, const std::string& content);
+
 /// The whole content; `refusal` is set where it cannot be read or is longer than `limit`.
 [[nodiscard]] std::string ReadWhole(PlainFile& file, std::size_t limit);
 
 /// The system's text for an error number.
 [[nodiscard]] std::string SystemText(int error);
+
+/// Whether an error number says that a disk, or the caller's share of it, is full.
+[[nodiscard]] bool IsDiskFull(int error);
+
+/// Who else could have had a hand in what has this status: it belongs to another than `owner`, or
+/// is writable for others. Empty when nobody.
+[[nodiscard]] std::string OtherHands(const struct stat& status, uid_t owner);
 
 }  // namespace qdmctl

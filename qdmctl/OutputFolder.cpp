@@ -48,7 +48,7 @@ std::optional<Error> OutputFolder::Open(const std::string& wanted) {
         return MakeError(ErrorId::Output, "the name of the folder is empty", FolderHint);
     }
     if (::mkdir(path.c_str(), S_IRWXU | S_IRWXG | S_IRWXO) != 0 && errno != EEXIST) {
-        return MakeError(errno == ENOSPC ? ErrorId::DiskFull : ErrorId::Output,
+        return MakeError(IsDiskFull(errno) ? ErrorId::DiskFull : ErrorId::Output,
                          path + " cannot be made: " + SystemText(errno), FolderHint);
     }
     folder = FileHandle(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
@@ -75,7 +75,7 @@ std::optional<Error> OutputFolder::RefusalOf(const std::string& name) const {
 }
 
 Error OutputFolder::Failure(const std::string& name, int reason) const {
-    const bool full = reason == ENOSPC || reason == EDQUOT;
+    const bool full = IsDiskFull(reason);
     return MakeError(
         full ? ErrorId::DiskFull : ErrorId::Output,
         PathOf(name) + " cannot be written: " + SystemText(reason),
@@ -87,8 +87,7 @@ bool OutputFolder::Stage(const std::string& scratch, const std::string& content)
     constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     constexpr mode_t readable = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
     const FileHandle file(::openat(folder.Get(), scratch.c_str(), flags, readable));
-    return file.IsOpen() && WriteFully(file, content.data(), content.size()) &&
-           ::fsync(file.Get()) == 0;
+    return WriteDurably(file, content);
 }
 
 void OutputFolder::Remove(const std::vector<std::string>& names) const {

@@ -66,7 +66,7 @@ private:
 };
 
 Error StagingError(const PackageEntry& entry, const std::string& staging, int error) {
-    const bool full = error == ENOSPC || error == EDQUOT;
+    const bool full = IsDiskFull(error);
     return PackageError(full ? ErrorId::DiskFull : ErrorId::WorkArea, entry,
                         "cannot be copied to " + staging + ": " + SystemText(error),
                         full ? fullHint : "see to that folder");

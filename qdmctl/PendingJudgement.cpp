@@ -32,17 +32,20 @@ std::vector<PortSession*> PortsFor(Session& session, const PendingUpdate& update
 
 enum class Source { Adapter, Caches };
 
+std::string Ask(CModuleManager& module, Source source) {
+    if (source == Source::Adapter) {
+        module.UpdateRestore({});
+    }
+    return module.GetOperatingVersion();
+}
+
 /// Empty when it cannot be read. A tool that hangs is not asked again through other ports.
 std::string Operating(Session& session, PortSession& port, CModuleManager& module, Source source,
                       bool& inTime) {
     std::string version;
     for (int attempt = 0; attempt < Attempts && inTime && IsUnreadable(version); ++attempt) {
-        inTime = session.Reading(session.ReadingStep("reading versions", &port), [&] {
-            if (source == Source::Adapter) {
-                module.UpdateRestore({});
-            }
-            version = module.GetOperatingVersion();
-        });
+        inTime = session.Reading(session.ReadingStep("reading versions", &port),
+                                 [&] { version = Ask(module, source); });
     }
     return IsUnreadable(version) ? std::string() : version;
 }

@@ -31,13 +31,11 @@ Place Look(const std::string& path, bool closed) {
     if (!S_ISDIR(status.st_mode) && !S_ISREG(status.st_mode)) {
         return {path, "is neither a folder nor a plain file", false, closed};
     }
-    if (status.st_uid != ::geteuid()) {
-        return {path, "belongs to another user", false, closed};
+    if (closed) {
+        status.st_mode &= ~othersWrite;
     }
-    if (!closed && (status.st_mode & othersWrite) != 0) {
-        return {path, "is writable for other users", false, closed};
-    }
-    return {path, "", false, closed || (status.st_mode & othersEnter) == 0};
+    return {path, OtherHands(status, ::geteuid()), false,
+            closed || (status.st_mode & othersEnter) == 0};
 }
 
 /// The last folder on the way to the package's, or the first one that has a fault.

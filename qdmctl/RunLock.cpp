@@ -1,6 +1,7 @@
 #include "qdmctl/RunLock.h"
 
 #include "qdmctl/BootIdentifier.h"
+#include "qdmctl/FileAccess.h"
 #include "qdmctl/ProcessTree.h"
 
 #include <unistd.h>
@@ -73,7 +74,7 @@ bool RunLock::LeftAtWork(const std::string& file) {
 }
 
 RunLock::Result RunLock::Fail(const std::string& file) {
-    diskFull = errno == ENOSPC || errno == EDQUOT;
+    diskFull = IsDiskFull(errno);
     text = "cannot lock " + file + ": " + std::strerror(errno);
     return Result::Failed;
 }

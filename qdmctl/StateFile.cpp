@@ -19,7 +19,7 @@ Error Unusable(const std::string& path, const std::string& what) {
 }
 
 Error CannotWrite(const std::string& path, int error) {
-    const bool full = error == ENOSPC || error == EDQUOT;
+    const bool full = IsDiskFull(error);
     return MakeError(
         full ? ErrorId::DiskFull : ErrorId::WorkArea,
         path + " cannot be written: " + SystemText(error),
@@ -32,17 +32,13 @@ std::string Distrust(const PlainFile& file) {
     if (::fstat(file.handle.Get(), &status) != 0) {
         return SystemText(errno);
     }
-    if (status.st_uid != ::geteuid()) {
-        return "belongs to another user";
-    }
-    return (status.st_mode & (S_IWGRP | S_IWOTH)) != 0 ? "is writable for other users" : "";
+    return OtherHands(status, ::geteuid());
 }
 
-bool WriteDurably(const std::string& path, const std::string& content) {
+bool WriteFresh(const std::string& path, const std::string& content) {
     constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
     const FileHandle file(::open(path.c_str(), flags, S_IRUSR | S_IWUSR));
-    return file.IsOpen() && WriteFully(file, content.data(), content.size()) &&
-           ::fsync(file.Get()) == 0;
+    return WriteDurably(file, content);
 }
 
 /// A name that is changed lasts only once its folder has reached the disk.
@@ -77,7 +73,7 @@ std::optional<Error> WriteState(const std::string& root, const std::string& name
                                 const std::string& content) {
     const std::string path = StatePath(root, name);
     const std::string fresh = path + ".new";
-    if (!WriteDurably(fresh, content) || ::rename(fresh.c_str(), path.c_str()) != 0 ||
+    if (!WriteFresh(fresh, content) || ::rename(fresh.c_str(), path.c_str()) != 0 ||
         !SyncFolder(root)) {
         const Error error = CannotWrite(path, errno);
         ::unlink(fresh.c_str());

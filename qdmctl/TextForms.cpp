@@ -27,6 +27,10 @@ bool IsPathPart(std::string_view part, bool wildcards) {
 
 }  // namespace
 
+bool StartsWith(const std::string& text, const std::string& beginning) {
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
 bool IsRelativePath(const std::string& text, bool wildcards) {
     if (text.size() > longestPath) {
         return false;

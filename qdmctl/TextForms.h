@@ -6,6 +6,8 @@
 
 namespace qdmctl {
 
+[[nodiscard]] bool StartsWith(const std::string& text, const std::string& beginning);
+
 /// A path that stays below the folder that it is taken from: parts of [A-Za-z0-9._+-] separated by
 /// "/", none empty or made of dots alone. With `wildcards` also "*" and "?".
 [[nodiscard]] bool IsRelativePath(const std::string& text, bool wildcards = false);
