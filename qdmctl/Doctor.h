@@ -24,8 +24,8 @@ void CheckServer(Checks& checks, const std::string& root);
 /// What earlier runs have left; needs rights.
 void CheckLeftovers(Checks& checks, const std::string& root);
 
-/// Provider, adapters and their tool, lspci, utility and driver. The session's lock is held; what
-/// its steps find wrong becomes checks, and stays in its answer.
+/// Provider, adapters and their tool and packages, lspci, utility and driver. The session's lock is
+/// held; what its steps find wrong becomes checks, and stays in its answer.
 void CheckAdapters(Checks& checks, Session& session);
 
 /// Whether the provider can read a port's identifiers from what `lspci -nms` prints for it: it

@@ -16,7 +16,7 @@
 namespace qdmctl {
 namespace {
 
-constexpr char adapterTool[] = "/usr/sbin/ocmanager/hbacmd";
+constexpr std::chrono::seconds queryLimit{30};
 
 /// Makes checks of what the session has found wrong since there were `told` errors; none: all is
 /// well.
@@ -36,30 +36,66 @@ void TellErrors(Checks& checks, const char* name, const Session& session, std::s
     }
 }
 
-bool CheckTool(Checks& checks, Session& session) {
-    constexpr char name[] = "adapter-tool";
-    ProgramAnswer answer;
-    session.Reading(session.ReadingStep("asking the adapter tool", nullptr), [&] {
-        answer = AskProgram(std::string(adapterTool) + " version",
-                            std::chrono::seconds(session.options.readTimeoutSeconds));
-    });
-    constexpr int notFound = 127;
+/// What a shell tells of a file that it cannot execute, and of one that is not there.
+constexpr int notExecutable = 126;
+constexpr int notFound = 127;
+
+void TellSilentTool(Checks& checks, const char* name, const std::string& tool,
+                    const ProgramAnswer& answer) {
     if (answer.ended && answer.status == notFound) {
-        AddFailure(checks, name, std::string(adapterTool) + " is not installed",
+        AddFailure(checks, name, tool + " is not installed",
                    "install the adapter maker's management utility");
-    } else if (!answer.ended || answer.status != 0 || answer.output.empty()) {
+    } else if (answer.ended && answer.status == notExecutable) {
+        AddFailure(checks, name, tool + " cannot be executed",
+                   "make it executable (chmod 755 " + tool + ") or install the utility again");
+    } else {
         AddFailure(
             checks, name,
-            std::string(adapterTool) + " does not answer: " +
+            tool + " does not answer: " +
                 (answer.ended ? "exit status " + std::to_string(answer.status) : answer.reason),
-            std::string("run \"") + adapterTool +
+            "run \"" + tool +
                 " version\" by hand and see what it answers; reload the adapters' driver "
                 "or restart the management utility");
-    } else {
-        AddOk(checks, name, std::string(adapterTool) + " answers");
-        return true;
     }
-    return false;
+}
+
+/// Without a descriptor nothing is known of the tool.
+bool CheckTool(Checks& checks, Session& session) {
+    constexpr char name[] = "adapter-tool";
+    const std::string& tool = session.ProviderDescriptor().utility.tool;
+    if (tool.empty()) {
+        return false;
+    }
+    ProgramAnswer answer;
+    session.Reading(session.ReadingStep("asking the adapter tool", nullptr), [&] {
+        answer =
+            AskProgram(tool + " version", std::chrono::seconds(session.options.readTimeoutSeconds));
+    });
+    if (!answer.ended || answer.status != 0 || answer.output.empty()) {
+        TellSilentTool(checks, name, tool, answer);
+        return false;
+    }
+    AddOk(checks, name, tool + " answers");
+    return true;
+}
+
+/// By name: the provider's own look knows only some forms of the version.
+void CheckUtilityPackage(Checks& checks, const std::string& package) {
+    constexpr char name[] = "utility-package";
+    if (package.empty()) {
+        return;
+    }
+    const ProgramAnswer answer = AskProgram("rpm -q " + package, queryLimit);
+    if (FindProgram("rpm").empty() || !answer.ended) {
+        AddWarning(checks, name, "cannot be looked for without rpm", "see rpm");
+    } else if (answer.status == 0) {
+        AddFailure(checks, name,
+                   answer.output.substr(0, answer.output.find('\n')) +
+                       " is installed; the utility cannot be updated beside it",
+                   "remove it: rpm -e " + package);
+    } else {
+        AddOk(checks, name, "no package " + package + " is installed");
+    }
 }
 
 void CheckColumns(Checks& checks, Session& session) {
@@ -186,6 +222,7 @@ void CheckAdapters(Checks& checks, Session& session) {
     const bool opened = session.OpenPorts();
     TellErrors(checks, "provider", session, 0,
                session.ProviderDescriptor().library + " and its descriptor");
+    CheckUtilityPackage(checks, session.ProviderDescriptor().utility.forbiddenPackage);
     const bool answers = CheckTool(checks, session);
     if (opened) {
         CheckColumns(checks, session);

@@ -18,9 +18,6 @@ namespace {
 constexpr std::uint64_t wantedBytes = 256U << 20U;
 constexpr std::uint64_t leastBytes = 1U << 20U;
 
-constexpr char utilityPackage[] = "elxocmjvm";
-constexpr std::chrono::seconds queryLimit{30};
-
 struct Program {
     const char* name;
     const char* use;
@@ -41,6 +38,12 @@ void CheckRoot(Checks& checks, const std::string& root) {
                    "unset it, or name an absolute path to a folder that belongs to root alone");
     } else if (const auto error = InspectWorkFolders(root)) {
         AddFailure(checks, name, error->message, error->hint);
+    } else if (const std::string open = OpenWorkFolder(root); !open.empty()) {
+        AddWarning(checks, name,
+                   open +
+                       " can be entered by other users; an update manager would run scripts "
+                       "below it that are writable for all",
+                   "chmod 700 " + open + "; qdmctl update does it before it replaces the utility");
     } else {
         AddOk(checks, name, root);
     }
@@ -77,23 +80,6 @@ void CheckPrograms(Checks& checks) {
         } else {
             AddOk(checks, program.name, file);
         }
-    }
-}
-
-/// By name: the provider's own look knows only some forms of the version.
-void CheckUtilityPackage(Checks& checks) {
-    constexpr char name[] = "utility-package";
-    const std::string package = utilityPackage;
-    const ProgramAnswer answer = AskProgram("rpm -q " + package, queryLimit);
-    if (FindProgram("rpm").empty() || !answer.ended) {
-        AddWarning(checks, name, "cannot be looked for without rpm", "see rpm");
-    } else if (answer.status == 0) {
-        AddFailure(checks, name,
-                   answer.output.substr(0, answer.output.find('\n')) +
-                       " is installed; the utility cannot be updated beside it",
-                   "remove it: rpm -e " + package);
-    } else {
-        AddOk(checks, name, "no package " + package + " is installed");
     }
 }
 
@@ -158,7 +144,6 @@ void CheckServer(Checks& checks, const std::string& root) {
     CheckRoot(checks, root);
     CheckSpace(checks, root);
     CheckPrograms(checks);
-    CheckUtilityPackage(checks);
 }
 
 void CheckLeftovers(Checks& checks, const std::string& root) {

@@ -1,6 +1,7 @@
 #include "host/CModuleManager.h"
 #include "qdmctl/RepairNote.h"
 #include "qdmctl/UpdateRun.h"
+#include "qdmctl/WorkAreaCheck.h"
 
 namespace qdmctl {
 
@@ -12,8 +13,11 @@ bool UpdateRun::NoteRepair(const Progress& run) {
     }
     const UtilityFacts& utility = session.ProviderDescriptor().utility;
     const std::string folder = session.Root() + "/" + utility.unpacked;
-    auto error = WriteRepairNote(session.Root(), {UtilityKind, run.item->View().offered, folder,
-                                                  folder + "/" + utility.install, utility.tool});
+    auto error = CloseWorkFolders(session.Root());
+    if (!error) {
+        error = WriteRepairNote(session.Root(), {UtilityKind, run.item->View().offered, folder,
+                                                 folder + "/" + utility.install, utility.tool});
+    }
     if (!error) {
         return true;
     }

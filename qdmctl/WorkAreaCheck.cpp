@@ -1,12 +1,12 @@
 #include "qdmctl/WorkAreaCheck.h"
 
+#include "qdmctl/FileAccess.h"
 #include "qdmctl/StateFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <cerrno>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -30,26 +30,20 @@ constexpr const char* workFolders[] = {
 std::optional<Error> CheckFolder(const std::string& folder, uid_t owner) {
     struct stat status {};
     if (::lstat(folder.c_str(), &status) != 0) {
-        return FolderError(folder, std::string("cannot be used: ") + std::strerror(errno));
+        return FolderError(folder, "cannot be used: " + SystemText(errno));
     }
     if (!S_ISDIR(status.st_mode)) {
         return FolderError(folder, "is not a folder");
     }
-    if (status.st_uid != owner) {
-        return FolderError(folder, "belongs to another user");
-    }
-    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-        return FolderError(folder, "is writable for other users");
-    }
-    return std::nullopt;
+    const std::string fault = OtherHands(status, owner);
+    return fault.empty() ? std::nullopt : std::optional<Error>(FolderError(folder, fault));
 }
 
 std::optional<Error> MakeFolder(const std::string& folder) {
     if (::mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-        return errno == ENOSPC
-                   ? MakeError(ErrorId::DiskFull, "no space left to create " + folder,
-                               "free some space on that disk")
-                   : FolderError(folder, std::string("cannot be created: ") + std::strerror(errno));
+        return IsDiskFull(errno) ? MakeError(ErrorId::DiskFull, "no space left to create " + folder,
+                                             "free some space on that disk")
+                                 : FolderError(folder, "cannot be created: " + SystemText(errno));
     }
     return CheckFolder(folder, ::geteuid());
 }
@@ -81,13 +75,12 @@ std::optional<Error> CheckWorkFolders(const std::string& root) {
         }
     }
     const int reason = WriteProbe(root + ProbeFile);
-    if (reason == ENOSPC || reason == EDQUOT) {
+    if (IsDiskFull(reason)) {
         return MakeError(ErrorId::DiskFull, "no space left below " + root + "/tmp",
                          "free some space on that disk; nothing has been changed");
     }
     if (reason != 0) {
-        return FolderError(root + "/tmp/qdmctl",
-                           std::string("cannot be written: ") + std::strerror(reason));
+        return FolderError(root + "/tmp/qdmctl", "cannot be written: " + SystemText(reason));
     }
     return std::nullopt;
 }
@@ -103,6 +96,28 @@ std::optional<Error> InspectWorkFolders(const std::string& root) {
             if (auto error = CheckFolder(root + folder, owner)) {
                 return error;
             }
+        }
+    }
+    return std::nullopt;
+}
+
+std::string OpenWorkFolder(const std::string& root) {
+    for (const std::string& folder :
+         {root, root + "/tmp", root + "/tmp/EMULEX", root + "/tmp/EMULEX/temp"}) {
+        struct stat status {};
+        if (::lstat(folder.c_str(), &status) != 0 || (status.st_mode & (S_IXGRP | S_IXOTH)) == 0) {
+            return {};
+        }
+    }
+    return root + "/tmp";
+}
+
+std::optional<Error> CloseWorkFolders(const std::string& root) {
+    for (const char* folder : {"/tmp", "/tmp/EMULEX", "/tmp/EMULEX/temp"}) {
+        const std::string path = root + folder;
+        if (::chmod(path.c_str(), S_IRWXU) != 0) {
+            return FolderError(path,
+                               "cannot be closed to other users (chmod 700): " + SystemText(errno));
         }
     }
     return std::nullopt;

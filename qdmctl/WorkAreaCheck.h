@@ -16,4 +16,12 @@ namespace qdmctl {
 /// be looked at pass, as long as the install root itself is there.
 [[nodiscard]] std::optional<Error> InspectWorkFolders(const std::string& root);
 
+/// The folder by whose closing other users are kept from unpacked packages; empty when they cannot
+/// get there, or there is no such folder.
+[[nodiscard]] std::string OpenWorkFolder(const std::string& root);
+
+/// Keeps other users from the folders where packages will be unpacked, whose scripts are made
+/// writable for all and run as root. The folders have been checked.
+[[nodiscard]] std::optional<Error> CloseWorkFolders(const std::string& root);
+
 }  // namespace qdmctl

@@ -200,6 +200,7 @@ def test_utility_whose_second_attempt_succeeds(lab):
 
 def test_utility_that_stays_away_is_told_with_its_repair(lab):
     offer(lab, NEW, util=["--fail-install", "2"])
+    lab.inside(f"{ROOT}/tmp/EMULEX/temp").mkdir(parents=True)  # open to others until the update
     done = update(lab)
     [error] = done.json["errors"]
     folder = f"{ROOT}/tmp/EMULEX/temp/tmp/x64"
@@ -212,6 +213,7 @@ def test_utility_that_stays_away_is_told_with_its_repair(lab):
     assert work(lab) == ["uninstall.sh", "install.sh"] * 2
     note = json.loads(lab.inside(f"{ROOT}/state/repair.json").read_text())
     assert (note["folder"], note["command"]) == (folder, f"{folder}/install.sh -q")
+    assert lab.qdmctl("repair", "--dry-run").exit_code == 0, "nobody else could get there"
     assert lab.run(*note["command"].split()).returncode == 0
     works(lab)
     assert state(lab) == NEW

@@ -148,6 +148,8 @@ UNHEALTHY = [  # check, state, part of the finding; what makes it so; how it is 
     ("install-root", "failure", "is writable for other", lambda lab: lab.inside(ROOT).chmod(0o777),
      (), {}),
     ("install-root", "failure", f"{ROOT}/tmp", None, ("--read-only", f"{ROOT}/tmp"), {}),
+    ("install-root", "warning", f"{ROOT}/tmp can be entered", lambda lab: lab.inside(
+        f"{ROOT}/tmp/EMULEX/temp").mkdir(parents=True), (), {}),
     ("space", "failure", "0 MiB", None, ("--disk", f"{ROOT}/tmp", "8192"), {}),
     ("space", "warning", "100 MiB", None, ("--disk", f"{ROOT}/tmp", str(100 << 20)), {}),
     *((name, "failure", "is not found", None, NO_PATH, {})
@@ -165,6 +167,8 @@ UNHEALTHY = [  # check, state, part of the finding; what makes it so; how it is 
     ("provider", "failure", "cannot be loaded", lambda lab: lab.inside(LIBRARY).chmod(0o666), (),
      {}),
     ("adapter-tool", "failure", "is not installed", lambda lab: lab.run("rm", HBACMD), (), {}),
+    ("adapter-tool", "failure", "cannot be executed", lambda lab: lab.inside(HBACMD).chmod(0o644),
+     (), {}),
     ("adapter-tool", "failure", "exit status 1", lambda lab: lab.fault("version", "error"), (), {}),
     ("adapter-tool", "failure", "within 1 seconds", lambda lab: lab.fault("version", "hang"), (),
      {}),
