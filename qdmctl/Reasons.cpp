@@ -16,6 +16,7 @@ struct Reason {
 
 constexpr Reason listingReasons[] = {
     {"Timeout", "it did not answer in time"},
+    {"dwRtnCode = [126]", "its file cannot be executed"},
     {"[ERROR]", "it answered with an error or without end"},
     {"command error", "it could not be started"},
     {"", "its answer names no adapter"},
@@ -66,6 +67,7 @@ constexpr Reason firmwareReasons[] = {
     {"No such success message", "the adapter tool did not say that the firmware was written"},
     {"Failed to execute command",
      "the adapter tool ran four times without saying that the download was complete"},
+    {"temp_hbacmd_Download.txt", "what the adapter tool printed could not be read"},
     {"delete update module folder", "the image was written, but its folder could not be removed"},
     {"", "the update module could not be made ready"},
 };

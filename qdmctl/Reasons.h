@@ -9,7 +9,11 @@ namespace qdmctl {
 // What the provider's lines about a failure mean, in a person's words. Each is a part of a sentence
 // whose subject is the adapter tool ("it ended with an error") or that stands alone.
 
-/// Why the listing of the adapters failed.
+/// The trace levels in which a provider tells how its listing of the adapters went.
+inline constexpr unsigned ListingLevels =
+    CTraceUtility::TRACE_DBG_ERROR | CTraceUtility::TRACE_DBG_INFO;
+
+/// Why the listing of the adapters failed, from a record at ListingLevels.
 [[nodiscard]] std::string ReasonOfListing(const CallRecord& record);
 
 /// Why a port's attributes or the tool's own version could not be read.

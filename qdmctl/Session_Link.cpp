@@ -94,7 +94,7 @@ bool Session::ToolPresent() {
 }
 
 bool Session::LinkPort(PortSession& port) {
-    const CallRecord record;
+    const CallRecord record(ListingLevels);
     bool inTime = ListAdapters(port);
     bool failed = record.Has(ListingFailedMessage);
     if (!failed && !listedAgain && ExtendedInfo(*port.vendor, "WWPN").empty()) {

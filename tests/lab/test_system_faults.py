@@ -83,7 +83,7 @@ def nothing(_):
 
 
 FAULTS = [
-    ("tool not executable", mode(HBACMD, 0o644, 0o755), (), "listing-failed", "hbacmd listhbas"),
+    ("tool not executable", mode(HBACMD, 0o644, 0o755), (), "listing-failed", "cannot be executed"),
     ("no root", moved, (), "work-area", ROOT),
     ("foreign root", foreign, (), "work-area", f"{ROOT} belongs to another user"),
     ("open root", mode(ROOT, 0o777, 0o755), (), "work-area", f"{ROOT} is writable for other"),
