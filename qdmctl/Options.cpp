@@ -1,8 +1,11 @@
 #include "qdmctl/Options.h"
 
 #include "qdmctl/Command.h"
+#include "qdmctl/TextForms.h"
 
 #include <CLI/CLI.hpp>
+
+#include <sstream>
 
 #ifndef QDMCTL_VERSION
 #define QDMCTL_VERSION "unknown"
@@ -15,8 +18,8 @@ constexpr char Purpose[] =
     "Lists and updates the Emulex Fibre Channel adapters of this server through their update "
     "provider.";
 constexpr char ExitCodes[] =
-    "Exit codes: 0 done or nothing to do, 1 failed, 2 wrong call, 3 no such device or no adapter,\n"
-    "4 some ports failed, 7 another run is at work, 8 package or index damaged or unsuitable,\n"
+    "Exit codes: 0 done or nothing to do, 1 failed, 2 wrong call, 3 no such device or no adapter, "
+    "4 some ports failed, 7 another run is at work, 8 package or index damaged or unsuitable, "
     "9 refused (needs root). Standard output carries the answer and nothing else.";
 
 struct Flag {
@@ -40,7 +43,7 @@ constexpr char NamesOfPort[] = "device identifier, PCI address or WWPN";
 
 /// CLI11 takes the next word as the value even where that is an option.
 std::string RefuseOption(const std::string& value) {
-    return value.rfind("--", 0) == 0 ? "a value is missing before " + value : std::string();
+    return StartsWith(value, "--") ? "a value is missing before " + value : std::string();
 }
 
 /// Empty unless the first word is no option and no command.
@@ -51,7 +54,51 @@ std::string UnknownCommand(int argc, const char* const* argv) {
             return {};
         }
     }
-    return word.rfind('-', 0) == 0 ? std::string() : "no command is called \"" + word + "\"";
+    return StartsWith(word, "-") ? std::string() : "no command is called \"" + word + "\"";
+}
+
+/// In the words of this program where those of the library are its own.
+std::string Mistake(const CLI::App& app, const std::string& unknown, const CLI::ParseError& error) {
+    if (!unknown.empty()) {
+        return unknown;
+    }
+    const auto is = [&](CLI::ExitCodes code) {
+        return error.get_exit_code() == static_cast<int>(code);
+    };
+    if (is(CLI::ExitCodes::RequiredError) && app.get_subcommands().empty()) {
+        return "a command is missing";
+    }
+    const std::string text = error.what();
+    return is(CLI::ExitCodes::ArgumentMismatch) && StartsWith(text, "DEVICE:")
+               ? "only one DEVICE is taken"
+               : text;
+}
+
+/// A line of help in lines of 80 columns; continued ones stand below the texts of options.
+std::string WrappedLine(std::string line) {
+    constexpr std::size_t width = 80;
+    constexpr std::size_t labels = 30;
+    const std::size_t indent = StartsWith(line, "  ") ? labels : 0;
+    std::string text;
+    while (line.size() > width) {
+        const std::size_t end = line.rfind(' ', width);
+        if (end == std::string::npos || end <= indent) {
+            break;  // a single long word
+        }
+        text += line.substr(0, end) + "\n";
+        line = std::string(indent, ' ') + line.substr(end + 1);
+    }
+    return text + line + "\n";
+}
+
+/// The library leaves long lines to the terminal.
+std::string Wrapped(const std::string& help) {
+    std::istringstream lines(help);
+    std::string text;
+    for (std::string line; std::getline(lines, line);) {
+        text += WrappedLine(line);
+    }
+    return text;
 }
 
 /// Where the help is that fits what could be read of the command line.
@@ -71,6 +118,7 @@ void AddDevices(CLI::App& sub, const Command& command, Options& options) {
     if ((command.options & OneDevice) != 0) {
         sub.add_option("DEVICE", options.devices, std::string("the port: ") + NamesOfPort)
             ->required()
+            ->type_name("")
             ->expected(1);
     }
     if ((command.options & DeviceFilter) != 0) {
@@ -159,9 +207,11 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
     CLI::App app(Purpose, "qdmctl");
     app.set_version_flag("--version", std::string("qdmctl ") + QDMCTL_VERSION);
     app.require_subcommand(1);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.footer(ExitCodes);
     for (const Command& command : Commands()) {
         CLI::App* sub = app.add_subcommand(command.name, command.summary);
+        sub->group("Commands");
         sub->set_version_flag("--version", std::string("qdmctl ") + QDMCTL_VERSION);
         AddOptions(*sub, command, line.options);
     }
@@ -169,15 +219,14 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
         const auto chosen = app.get_subcommands();
-        line.text = chosen.empty() ? app.help() : chosen.front()->help("qdmctl");
+        line.text = Wrapped(chosen.empty() ? app.help() : chosen.front()->help("qdmctl"));
         return line;
     } catch (const CLI::CallForVersion& version) {
         line.text = std::string(version.what()) + "\n";
         return line;
     } catch (const CLI::ParseError& error) {
         line.wrong = true;
-        const std::string unknown = UnknownCommand(argc, argv);
-        line.text = unknown.empty() ? error.what() : unknown;
+        line.text = Mistake(app, UnknownCommand(argc, argv), error);
         line.hint = HelpHint(app);
         return line;
     }

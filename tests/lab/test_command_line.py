@@ -2,7 +2,8 @@
 
 import pytest
 
-COMMANDS = ["list", "info", "check", "update", "report", "restore", "doctor"]
+COMMANDS = ["list", "info", "check", "update", "pending", "repair", "report", "restore", "doctor"]
+OF_SERVER = ("info", "pending", "repair", "doctor")
 
 
 @pytest.mark.parametrize("command", COMMANDS)
@@ -11,8 +12,9 @@ def test_help_names_every_option(lab, command):
     assert (done.returncode, done.stderr) == (0, "")
     for option in ("--repo", "--json", "--trace", "--help", "--version"):
         assert option in done.stdout
-    assert ("--device" in done.stdout) == (command not in ("info", "doctor"))
-    assert ("--dry-run" in done.stdout) == (command == "update")
+    assert ("--device" in done.stdout) == (command not in OF_SERVER)
+    assert ("--dry-run" in done.stdout) == (command in ("update", "repair"))
+    assert max(map(len, done.stdout.splitlines())) <= 80 and "TEXT" not in done.stdout
 
 
 def test_version_and_help(lab):
@@ -22,9 +24,9 @@ def test_version_and_help(lab):
 
 
 @pytest.mark.parametrize("arguments, named", [
-    ([], "subcommand"), (["lsit"], "lsit"), (["list", "extra"], "extra"), (["check"], "--repo"),
+    ([], "a command is missing"), (["lsit"], "lsit"), (["list", "extra"], "extra"), (["check"], "--repo"),
     (["update", "--yes", "--repo"], "--repo"), (["list", "--dry-run"], "--dry-run"),
-    (["report"], "--output"), (["info"], "DEVICE"), (["info", "03:00.0", "04:00.0"], "At Most 1"),
+    (["report"], "--output"), (["info"], "DEVICE"), (["info", "03:00.0", "04:00.0"], "one DEVICE"),
     (["list", "--read-timeout", "soon"], "soon"), (["list", "--read-timeout", "0"], "0"),
     (["list", "--jobs", "33"], "1 to 32"), (["update", "--repo", "/repo", "--jobs", "2"], "--jobs"),
     (["update", "--repo", "/repo", "--force", "--yes"], "--device"),
