@@ -7,20 +7,31 @@
 namespace qdmctl {
 namespace {
 
-std::string Change(const Component& view) {
-    return view.kind + "  " + (IsUnreadable(view.installed) ? "(unreadable)" : view.installed) +
-           " -> " + view.offered;
+std::string Padded(std::string text, std::size_t width) {
+    text.resize(std::max(text.size(), width), ' ');
+    return text + "  ";
 }
 
 /// What is one for the whole server stands in one line, also where only some ports were named.
+std::string Change(const UpdateItem& item) {
+    constexpr std::size_t longestKind = 6;
+    constexpr std::size_t usualDeviceId = 22;
+    const Component& view = item.View();
+    const std::string whom = IsOfServer(view.kind) ? "the whole server" : item.port->view.deviceId;
+    return "  " + Padded(view.kind, longestKind) + Padded(whom, usualDeviceId) +
+           (IsUnreadable(view.installed) ? "(unreadable)" : view.installed) + " -> " +
+           view.offered + "\n";
+}
+
+/// In the order in which it will be done.
 std::string Question(const std::vector<UpdateItem>& items) {
     std::set<std::string> lines;
-    std::string text = "To be installed:\n";
-    for (const UpdateItem& item : items) {
-        const bool ofServer = IsOfServer(item.package.kind);
-        const std::string whom = ofServer ? "the whole server" : item.port->view.deviceId;
-        const std::string line = "  " + whom + "  " + Change(item.View()) + "\n";
-        text += lines.insert(line).second ? line : "";
+    std::string text = "To be installed, in this order:\n";
+    for (const std::string& kind : KindsInOrder(*items.front().port->vendor)) {
+        for (const UpdateItem& item : items) {
+            const bool wanted = item.View().kind == kind && lines.insert(Change(item)).second;
+            text += wanted ? Change(item) : "";
+        }
     }
     return text + "The server must not be powered off meanwhile. Go ahead?";
 }

@@ -79,10 +79,8 @@ bool Session::CheckRights() {
     if (::geteuid() == 0) {
         return true;
     }
-    AddError(
-        ErrorId::NotRoot,
-        std::string("qdmctl ") + options.command->name + " runs the adapter tool and needs root",
-        "run it again as root, for example with sudo");
+    AddError(ErrorId::NotRoot, std::string("qdmctl ") + options.command->name + " needs root",
+             "run it again as root, for example with sudo");
     return false;
 }
 
