@@ -25,14 +25,29 @@ bool AttributesFailed(const CallRecord& record) {
                        });
 }
 
+void DropKeptVersion(CModuleManager& module) {
+    module.SetUpdateProgress(module.GetUpdateProgress());
+}
+
+/// Reads the version anew and leaves it with the module, so that the report does not read it once
+/// more. One that cannot be read is not left.
+std::string ReadVersion(CModuleManager& module) {
+    DropKeptVersion(module);
+    std::string version = module.GetOperatingVersionCache();
+    if (IsUnreadable(version)) {
+        DropKeptVersion(module);
+    }
+    return version;
+}
+
 /// An answer that lacks one of the versions was cut short: none of it is trusted.
 void ReadAttributes(PortSession& port, const CallRecord& record) {
     Versions& versions = port.view.versions;
     CFirmware* firmware = port.vendor->GetFirmwareModule();
     CDriver* driver = port.vendor->GetDriverModule();
-    versions.firmware = firmware != nullptr ? firmware->GetOperatingVersion() : "";
+    versions.firmware = firmware != nullptr ? ReadVersion(*firmware) : "";
     const bool answered = !AttributesFailed(record);
-    versions.driver = answered && driver != nullptr ? driver->GetOperatingVersion() : "";
+    versions.driver = answered && driver != nullptr ? ReadVersion(*driver) : "";
 }
 
 /// Two processes must not write one file, whatever the listing says.
@@ -167,7 +182,7 @@ void Session::ReadUtility(PortSession& port, CUtility& utility) {
     for (int attempt = 1; attempt <= Attempts && inTime; ++attempt) {
         const CallRecord record;
         inTime = Reading(ReadingStep("reading versions", &port),
-                         [&] { version = utility.GetOperatingVersion(); });
+                         [&] { version = ReadVersion(utility); });
         if (!IsUnreadable(version)) {
             return;
         }
