@@ -55,15 +55,16 @@ Answer Failure(const Options& options, Error error) {
     return answer;
 }
 
-Answer RunCommand(const Options& options, Channel& channel) {
-    const std::string refusal =
-        options.traceFile.empty() ? TraceEnvironmentRefusal() : OpenTraceFile(options.traceFile);
-    if (!refusal.empty()) {
-        return Failure(options, MakeError(ErrorId::Usage, "no trace can be written: " + refusal,
-                                          "name a file that root can write"));
-    }
-    Redirect(options.traceFile);
-    Console console(channel);
+std::string OpenTrace(const Options& options) {
+    return options.traceFile.empty() ? TraceEnvironmentRefusal() : OpenTraceFile(options.traceFile);
+}
+
+Answer TraceRefused(const Options& options, const std::string& refusal) {
+    return Failure(options, MakeError(ErrorId::Usage, "no trace can be written: " + refusal,
+                                      "name a file that root can write"));
+}
+
+Answer RunCommand(const Options& options, Console& console) {
     try {
         return options.command->run(options, console);
     } catch (const std::exception& exception) {
@@ -102,9 +103,16 @@ Answer AnswerOf(Front& front, const Options& options) {
 void RunWorker(const Options& options, Channel& channel) {
     ::setsid();
     SetSignals();
-    Answer answer = RunCommand(options, channel);
+    const std::string refusal = OpenTrace(options);
+    if (refusal.empty()) {
+        Redirect(options.traceFile);
+    }
+    Console console(channel);
+    Answer answer = refusal.empty() ? RunCommand(options, console) : TraceRefused(options, refusal);
     Conclude(answer, options.command->schema);
     channel.Send(FrameType::Answer, ToJson(answer));
+    // The user waits for the end of this process; it need not wait for the console's thread.
+    std::_Exit(0);
 }
 
 Answer RunInWorker(const Options& options) {
@@ -116,12 +124,9 @@ Answer RunInWorker(const Options& options) {
     }
     Channel front(ends[0]);
     if (worker == 0) {
-        {
-            ::close(ends[0]);
-            Channel channel(ends[1]);
-            RunWorker(options, channel);
-        }
-        std::_Exit(0);
+        ::close(ends[0]);
+        Channel channel(ends[1]);
+        RunWorker(options, channel);
     }
     Answer answer;
     if (worker < 0) {
