@@ -64,6 +64,11 @@ class Lab:
         return [{"argv": [HBACMD, *call], "output": f"/tmp/call{index}"}
                 for index, call in enumerate(calls)]
 
+    def shell_calls(self):
+        """The same, each by a shell line as the provider and its host run them."""
+        return [{"argv": ["/bin/sh", "-c", f"{' '.join(call['argv'])} > {call['output']}"]}
+                for call in self.bare_calls()]
+
 
 def one_step(name, *words, drop=""):
     return {"name": name, "drop": drop, "steps": [{"argv": list(words)}]}
@@ -73,6 +78,7 @@ def inventory_cases(lab):
     """What every lab without delay is measured with."""
     return [
         {"name": "bare", "steps": lab.bare_calls()},
+        {"name": "shells", "steps": lab.shell_calls()},
         one_step("cold", QDMCTL, "list", drop=CACHE),
         one_step("warm", QDMCTL, "list"),
         one_step("script", f"{INSIDE}/admin_list.sh"),

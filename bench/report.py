@@ -6,8 +6,9 @@ import statistics
 
 DOCS = pathlib.Path(__file__).resolve().parents[1] / "docs"
 BEGIN, END = "<!-- measured: begin -->\n", "<!-- measured: end -->\n"
-CASES = {"bare": "bare sum of the tool calls", "cold": "`qdmctl list`, cold",
-         "cold4": "`qdmctl list --jobs 4`, cold", "warm": "`qdmctl list`, warm",
+CASES = {"bare": "bare sum of the tool calls", "shells": "the same calls by shell lines",
+         "cold": "`qdmctl list`, cold", "cold4": "`qdmctl list --jobs 4`, cold",
+         "warm": "`qdmctl list`, warm",
          "script": "administrator's script", "floor": "program with a plug-in"}
 
 
