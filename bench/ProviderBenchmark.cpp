@@ -1,7 +1,6 @@
 #include "host/CTraceUtility.h"
 #include "provider/common/AdapterTable.h"
 #include "provider/common/CEmulexCommon.h"
-#include "provider/common/TextFile.h"
 #include "provider/common/Trace.h"
 #include "provider/common/WorkArea.h"
 #include "provider/modules/CFC_EMULEX_16G_Firmware.h"
@@ -55,7 +54,7 @@ void WriteAttributes() {
 void ScanListing(benchmark::State& state) {
     WriteListing(state.range(0));
     for (auto _ : state) {
-        AdapterTable adapters{TextFile(WorkArea::AdapterList())};
+        AdapterTable adapters(WorkArea::AdapterList());
         const auto ports = static_cast<std::size_t>(state.range(0));
         if (!adapters.Has(ports - 1) || adapters.Has(ports)) {
             state.SkipWithError("the listing was not read");

@@ -9,7 +9,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 /// The adapter tool's list of ports, by what each port's record is made of.
@@ -28,7 +27,10 @@ public:
     static const std::string FunctionKey;
 
     /// The file is read as far as the records that are asked for.
-    explicit AdapterTable(TextFile file) : file(std::move(file)) {}
+    explicit AdapterTable(const std::string& path) : file(path) {}
+
+    /// Whether the file could be opened.
+    explicit operator bool() const { return static_cast<bool>(file); }
 
     /// Whether there are so many records and one more. To be asked before one is looked at.
     bool Has(std::size_t index);

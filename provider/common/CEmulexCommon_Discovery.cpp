@@ -105,14 +105,12 @@ void AppendCnaIds(std::list<std::string>& ids) {
 // Adapter list.
 
 std::optional<AdapterTable> ReadAdapters() {
-    TextFile file(WorkArea::AdapterList());
-    if (!file) {
-        return std::nullopt;
-    }
-    AdapterTable adapters(std::move(file));
-    if (!adapters.Has(0)) {
+    std::optional<AdapterTable> adapters(std::in_place, WorkArea::AdapterList());
+    if (!*adapters) {
+        adapters.reset();
+    } else if (!adapters->Has(0)) {
         CEmulexCommon::SetLastError(ErrorCode::NoAdapter);
-        return std::nullopt;
+        adapters.reset();
     }
     return adapters;
 }
