@@ -71,6 +71,7 @@ Answer RunDoctor(const Options& options, Console& console) {
         CheckLeftovers(checks, session.Root());
         if (session.OpenWorkArea()) {
             AddOk(checks, "other-run", "none changes the server");
+            CheckState(checks, session.Root());
             CheckAdapters(checks, session);
         } else {
             TellOpening(checks, seen.errors);

@@ -1,4 +1,5 @@
 #include "qdmctl/Command.h"
+#include "qdmctl/RepairNote.h"
 #include "qdmctl/UpdateRun.h"
 
 #include <algorithm>
@@ -71,19 +72,38 @@ void ReadAgain(Session& session, const std::vector<PortSession*>& ports) {
     }
 }
 
+/// Of an installation that has ended after all, or was finished by hand: the utility answers. When
+/// it is to be replaced again, that leaves a note of its own.
+void DropStaleNote(Session& session) {
+    const auto ports = session.AllPorts();
+    const bool answers = std::any_of(ports.begin(), ports.end(), [](const PortSession* port) {
+        return port->usable && !IsUnreadable(port->view.versions.utility);
+    });
+    const auto note =
+        answers ? ReadRepairNote(session.Root()) : Loaded<std::optional<RepairNote>>();
+    if (!note || !*note.value || session.Stopped()) {
+        return;
+    }
+    if (auto error = RemoveRepairNote(session.Root())) {
+        session.answer.errors.push_back(std::move(*error));
+    }
+}
+
 void Carry(Session& session, DriverState& drivers, std::vector<UpdateItem>& items) {
     if (!session.options.dryRun) {
         drivers.RecordFound();
     }
     if (items.empty()) {
-        return;
-    }
-    if (session.options.dryRun) {
+        if (!session.options.dryRun) {
+            DropStaleNote(session);
+        }
+    } else if (session.options.dryRun) {
         Mark(items, "dry run: nothing has been changed");
     } else if (!Agreed(session.options, session.console, items)) {
         Mark(items, "not confirmed: nothing has been changed");
         session.Stopped();
     } else {
+        DropStaleNote(session);
         UpdateRun(session, drivers, items).Run();
         ReadAgain(session, Touched(session, items));
     }

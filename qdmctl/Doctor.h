@@ -21,6 +21,9 @@ void AddFailure(Checks& checks, const char* name, const std::string& finding,
 /// What can be told without adapters and without rights: rights, install root, space, programs.
 void CheckServer(Checks& checks, const std::string& root);
 
+/// Whether an update could leave what later runs need to know; the work area has been checked.
+void CheckState(Checks& checks, const std::string& root);
+
 /// What earlier runs have left; needs rights.
 void CheckLeftovers(Checks& checks, const std::string& root);
 

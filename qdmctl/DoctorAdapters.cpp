@@ -8,6 +8,7 @@
 #include "qdmctl/ModuleKinds.h"
 #include "qdmctl/PendingJudgement.h"
 #include "qdmctl/ProgramAnswer.h"
+#include "qdmctl/RepairNote.h"
 #include "qdmctl/Session.h"
 
 #include <algorithm>
@@ -40,22 +41,23 @@ void TellErrors(Checks& checks, const char* name, const Session& session, std::s
 constexpr int notExecutable = 126;
 constexpr int notFound = 127;
 
+/// `advice`: where an update has begun to install it, what finishes that.
 void TellSilentTool(Checks& checks, const char* name, const std::string& tool,
-                    const ProgramAnswer& answer) {
+                    const ProgramAnswer& answer, const std::string& advice) {
+    const auto tell = [&](const std::string& finding, const std::string& remedy) {
+        AddFailure(checks, name, tool + finding, advice.empty() ? remedy : advice);
+    };
     if (answer.ended && answer.status == notFound) {
-        AddFailure(checks, name, tool + " is not installed",
-                   "install the adapter maker's management utility");
+        tell(" is not installed", "install the adapter maker's management utility");
     } else if (answer.ended && answer.status == notExecutable) {
-        AddFailure(checks, name, tool + " cannot be executed",
-                   "make it executable (chmod 755 " + tool + ") or install the utility again");
+        tell(" cannot be executed",
+             "make it executable (chmod 755 " + tool + ") or install the utility again");
     } else {
-        AddFailure(
-            checks, name,
-            tool + " does not answer: " +
-                (answer.ended ? "exit status " + std::to_string(answer.status) : answer.reason),
-            "run \"" + tool +
-                " version\" by hand and see what it answers; reload the adapters' driver "
-                "or restart the management utility");
+        tell(" does not answer: " +
+                 (answer.ended ? "exit status " + std::to_string(answer.status) : answer.reason),
+             "run \"" + tool +
+                 " version\" by hand and see what it answers; reload the adapters' driver "
+                 "or restart the management utility");
     }
 }
 
@@ -72,7 +74,7 @@ bool CheckTool(Checks& checks, Session& session) {
             AskProgram(tool + " version", std::chrono::seconds(session.options.readTimeoutSeconds));
     });
     if (!answer.ended || answer.status != 0 || answer.output.empty()) {
-        TellSilentTool(checks, name, tool, answer);
+        TellSilentTool(checks, name, tool, answer, RepairAdvice(session.Root()));
         return false;
     }
     AddOk(checks, name, tool + " answers");
@@ -91,7 +93,7 @@ void CheckUtilityPackage(Checks& checks, const std::string& package) {
     } else if (answer.status == 0) {
         AddFailure(checks, name,
                    answer.output.substr(0, answer.output.find('\n')) +
-                       " is installed; the utility cannot be updated beside it",
+                       " is installed; an update of the utility may be refused beside it",
                    "remove it: rpm -e " + package);
     } else {
         AddOk(checks, name, "no package " + package + " is installed");

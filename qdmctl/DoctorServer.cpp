@@ -8,6 +8,7 @@
 
 #include <sys/statvfs.h>
 #include <unistd.h>
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 
@@ -144,6 +145,17 @@ void CheckServer(Checks& checks, const std::string& root) {
     CheckRoot(checks, root);
     CheckSpace(checks, root);
     CheckPrograms(checks);
+}
+
+void CheckState(Checks& checks, const std::string& root) {
+    const auto error = CheckStateWritable(root);
+    if (error) {
+        constexpr char name[] = "install-root";
+        checks.erase(std::remove_if(checks.begin(), checks.end(),
+                                    [&](const Check& check) { return check.name == name; }),
+                     checks.end());
+        AddFailure(checks, name, error->message, error->hint);
+    }
 }
 
 void CheckLeftovers(Checks& checks, const std::string& root) {

@@ -106,6 +106,14 @@ Loaded<std::optional<RepairNote>> ReadRepairNote(const std::string& root) {
     return {std::optional<RepairNote>(note), {}};
 }
 
+std::string RepairAdvice(const std::string& root) {
+    const auto note = ReadRepairNote(root);
+    return note && *note.value
+               ? "an update has begun to install version " + (*note.value)->version +
+                     " of it: run qdmctl repair, which finishes that"
+               : std::string();
+}
+
 std::optional<Error> RemoveRepairNote(const std::string& root) {
     return RemoveState(root, noteFile);
 }

@@ -25,6 +25,9 @@ struct RepairNote {
 /// what it says is run as root.
 [[nodiscard]] Loaded<std::optional<RepairNote>> ReadRepairNote(const std::string& root);
 
+/// What to do about a utility that is missing or does not answer; empty without a note.
+[[nodiscard]] std::string RepairAdvice(const std::string& root);
+
 /// Success also when there is none.
 [[nodiscard]] std::optional<Error> RemoveRepairNote(const std::string& root);
 

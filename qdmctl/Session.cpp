@@ -18,6 +18,9 @@ Session::Session(const Options& options, Console& console, Answer& answer)
     : options(options), console(console), answer(answer), root(GetInstallRoot().path) {}
 
 Session::~Session() {
+    for (const std::string& folder : scratchFolders) {
+        CUnzip_Utility::DeleteFolder(folder, "qdmctl");
+    }
     if (answer.errors.empty() && !console.StopRequested()) {
         caches.Trust();
     }
@@ -90,11 +93,14 @@ bool Session::CheckWorkArea() {
                  "unset it, or name an absolute path to a folder that belongs to root alone");
         return false;
     }
-    if (auto error = CheckWorkFolders(root)) {
-        answer.errors.push_back(std::move(*error));
-        return false;
+    auto error = CheckWorkFolders(root);
+    if (!error && options.command->changing) {
+        error = CheckStateWritable(root);
     }
-    return true;
+    if (error) {
+        answer.errors.push_back(std::move(*error));
+    }
+    return !error;
 }
 
 bool Session::TakeLock() {
@@ -196,6 +202,7 @@ void Session::Publish() {
 
 std::string Session::ScratchFolder(const std::string& name) {
     const std::string folder = root + "/tmp/qdmctl/" + name;
+    scratchFolders.push_back(folder);
     const bool made =
         CUnzip_Utility::DeleteFolder(folder, "qdmctl") && CFileUtility::CreateFolder(folder);
     return made ? folder : std::string();

@@ -66,11 +66,15 @@ public:
     /// Whether the adapter tool has gone; false before the ports are linked.
     bool ToolIsMissing();
 
+    /// Whether it was asked for its version and did not tell.
+    bool UtilityIsSilent() const { return utilityFailed; }
+
     std::vector<PortSession>& Ports() { return ports; }
     const Descriptor& ProviderDescriptor() const { return descriptor; }
     std::vector<PortSession*> AllPorts();
     const std::string& Root() const { return root; }
-    /// A private folder of this run below the work area, made anew; empty when that failed.
+    /// A private folder of this run below the work area, made anew and removed with the session;
+    /// empty when that failed.
     [[nodiscard]] std::string ScratchFolder(const std::string& name);
 
     /// A step that only reads, with its deadline.
@@ -121,6 +125,7 @@ private:
     Descriptor descriptor;
     ProviderLibrary library;  // outlives the vendor objects of `ports`
     std::vector<PortSession> ports;
+    std::vector<std::string> scratchFolders;
     bool listedAgain = false;    // for a port that the first listing did not show
     bool utilityFailed = false;  // told once, for it is the server's and no port's
 };

@@ -81,14 +81,12 @@ bool Session::ToolIsMissing() {
 
 bool Session::ToolPresent() {
     const auto missing = MissingComponents(*ports.front().vendor);
-    const auto note = ReadRepairNote(root);
-    const bool begun = note && *note.value;
+    const std::string advice = RepairAdvice(root);
     for (const CNecessaryComponentInfo& component : missing) {
         AddError(ErrorId::ToolMissing, component.name + " is not installed",
-                 begun ? "an update has begun to install version " + (*note.value)->version +
-                             " of it: run qdmctl repair, which finishes that"
-                       : "install the adapter maker's management utility; the adapters can be "
-                         "neither read nor updated without it");
+                 advice.empty() ? "install the adapter maker's management utility; the adapters "
+                                  "can be neither read nor updated without it"
+                                : advice);
     }
     return missing.empty();
 }
@@ -104,12 +102,14 @@ bool Session::LinkPort(PortSession& port) {
         failed = record.Has(ListingFailedMessage);
     }
     if (failed && ExtendedInfo(*port.vendor, "WWPN").empty()) {
+        const std::string advice = RepairAdvice(root);
         AddError(ErrorId::ListingFailed,
                  "the adapter tool could not list the adapters: " +
                      (inTime ? ReasonOfListing(record) : "it did not answer in time") +
                      "; stopped at " + port.view.deviceId + ", no further port was tried",
-                 "nothing has been changed; run \"hbacmd listhbas\" by hand and see what it "
-                 "answers, then try again");
+                 advice.empty() ? "nothing has been changed; run \"hbacmd listhbas\" by hand and "
+                                  "see what it answers, then try again"
+                                : "nothing has been changed; " + advice);
         answer.errors.back().messageId = ListingFailedMessage;
         return false;
     }

@@ -3,6 +3,7 @@
 #include "host/CUtility.h"
 #include "qdmctl/ConfigReport.h"
 #include "qdmctl/Reasons.h"
+#include "qdmctl/RepairNote.h"
 #include "qdmctl/Session.h"
 
 #include <algorithm>
@@ -199,9 +200,17 @@ void Session::TellUtilityFailure(const std::string& reason) {
         return;
     }
     utilityFailed = true;
+    const bool told = std::any_of(
+        answer.errors.begin(), answer.errors.end(),
+        [](const Error& error) { return error.id == ErrorId::ToolFailed && error.kind == "util"; });
+    if (told) {
+        return;  // before the caches were dropped
+    }
+    const std::string advice = RepairAdvice(root);
     AddError(ErrorId::ToolFailed, "the adapter tool did not tell its own version: " + reason,
-             "the adapters are not concerned; run \"hbacmd version\" by hand and see what it "
-             "answers, then try again");
+             advice.empty() ? "the adapters are not concerned; run \"hbacmd version\" by hand and "
+                              "see what it answers, then try again"
+                            : "the adapters are not concerned; " + advice);
     answer.errors.back().kind = "util";
 }
 

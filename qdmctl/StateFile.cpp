@@ -84,7 +84,8 @@ std::optional<Error> WriteState(const std::string& root, const std::string& name
 
 std::optional<Error> RemoveState(const std::string& root, const std::string& name) {
     const std::string path = StatePath(root, name);
-    if (::unlink(path.c_str()) == 0) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) == 0 && ::unlink(path.c_str()) == 0) {
         return SyncFolder(root) ? std::nullopt : std::optional<Error>(CannotWrite(path, errno));
     }
     return errno == ENOENT ? std::nullopt : std::optional<Error>(CannotWrite(path, errno));

@@ -4,6 +4,7 @@
 #include "host/CVendor.h"
 #include "qdmctl/ConfigRefusal.h"
 #include "qdmctl/PackageStaging.h"
+#include "qdmctl/RepairNote.h"
 
 #include <algorithm>
 #include <map>
@@ -245,6 +246,18 @@ std::optional<Repository> OpenRepository(Session& session) {
     return std::move(repository.value);
 }
 
+/// What an installation of the utility has unpacked is needed to finish it, and an update would
+/// take it away. That the utility does not answer has been told, with the remedy.
+bool AwaitsRepair(Session& session) {
+    if (!session.UtilityIsSilent()) {
+        return false;
+    }
+    const auto note = ReadRepairNote(session.Root());
+    session.answer.errors.insert(session.answer.errors.end(), note.errors.begin(),
+                                 note.errors.end());
+    return !note || *note.value;
+}
+
 std::vector<UpdateItem> PlanUpdate(Session& session, const Repository& repository,
                                    DriverState& drivers) {
     std::vector<UpdateItem> items = Planner(session, repository, drivers).Plan();
@@ -273,6 +286,9 @@ std::vector<UpdateItem> PrepareUpdate(Session& session, DriverState& drivers) {
     session.ReadVersions(session.AllPorts());
     if (session.Stopped()) {
         return {};  // what has not been read would seem unreadable
+    }
+    if (AwaitsRepair(session)) {
+        return {};
     }
     std::vector<UpdateItem> items = PlanUpdate(session, *repository, drivers);
     StagePackages(session, *repository, items);

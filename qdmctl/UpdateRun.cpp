@@ -16,6 +16,8 @@ constexpr char Unfinished[] = "begun, and not known to have ended";
 constexpr char Unconfirmed[] = "written, but not yet confirmed";
 constexpr char Unchanged[] = "nothing has been changed; mend what is told and repeat the update";
 constexpr char NoTool[] = "not begun: the adapter tool has gone, see what is told of the utility";
+constexpr char SilentTool[] =
+    "not begun: the utility does not answer, and its package is kept for qdmctl repair";
 
 }  // namespace
 
@@ -28,8 +30,9 @@ UpdateRun::UpdateRun(Session& session, DriverState& drivers, std::vector<UpdateI
 void UpdateRun::Run() {
     for (const std::string& kind : KindsInOrder(*items.front().port->vendor)) {
         RunKind(kind);
-        if (!runs.empty() && session.ToolIsMissing()) {
-            LeaveRest();
+        const bool gone = !runs.empty() && session.ToolIsMissing();
+        if (gone || utilityLost) {
+            LeaveRest(gone ? NoTool : SilentTool);
             break;
         }
     }
@@ -94,10 +97,10 @@ void UpdateRun::Restore() {
 }
 
 /// What is left has lost the means to be updated.
-void UpdateRun::LeaveRest() {
+void UpdateRun::LeaveRest(const char* reason) {
     for (UpdateItem& item : items) {
         if (item.View().outcome == Outcome::NotAttempted) {
-            item.View().reason = NoTool;
+            item.View().reason = reason;
         }
     }
 }
@@ -174,16 +177,14 @@ void UpdateRun::ChangingStep(Progress& run, const char* name, const Call& call) 
     run.item->View().reason = Unfinished;
     Report();
     for (bool again = true; again; description.phase += ", second attempt") {
-        const StepScope step(session.console, description);
-        if (!step) {
+        const CallRecord record;
+        const auto done = Attempt(run, description, call);
+        if (!done) {
             DoNotBegin(run, name, before);
             return;
         }
-        run.begun = true;
-        const CallRecord record;
-        const bool done = call(*run.item) == 0;
-        again = !done && MayTryAgain(run);
-        if (!done && !again) {
+        again = !*done && MayTryAgain(run);
+        if (!*done && !again) {
             Fail(run, name, record);
         }
     }
@@ -191,6 +192,16 @@ void UpdateRun::ChangingStep(Progress& run, const char* name, const Call& call) 
         run.item->View().reason = Unconfirmed;
         Report();
     }
+}
+
+/// Whether it has succeeded; nothing when it was not begun.
+std::optional<bool> UpdateRun::Attempt(Progress& run, const Step& description, const Call& call) {
+    const StepScope step(session.console, description);
+    if (!step) {
+        return std::nullopt;
+    }
+    run.begun = true;
+    return call(*run.item) == 0;
 }
 
 /// The user has stopped the run at the last moment, perhaps between two attempts.

@@ -16,8 +16,8 @@ namespace qdmctl {
 /// An item that fails a step takes no further part but for the clean-up. What is one for the whole
 /// server fails for all ports at once and is told once: the result file of a step that has failed
 /// would let the next port's step seem done. Once the user wants to stop no changing step is begun
-/// any more; what has been begun is cleaned up and checked. Without the adapter tool no further
-/// kind is begun.
+/// any more; what has been begun is cleaned up and checked. Without an adapter tool that answers no
+/// further kind is begun.
 class UpdateRun {
 public:
     UpdateRun(Session& session, DriverState& drivers, std::vector<UpdateItem>& items);
@@ -49,7 +49,7 @@ private:
     void ApplyRecords();
     void Restore();
     void CheckApplied();
-    void LeaveRest();
+    void LeaveRest(const char* reason);
 
     void WorkPhase(const char* name, const Call& call);
     void Phase(const char* name, const Call& call);
@@ -58,6 +58,7 @@ private:
     void ChangingStep(Progress& run, const char* name, const Call& call);
     void DoNotBegin(Progress& run, const char* name, const Component& before);
     Step ChangingStepOf(const Progress& run, const char* name);
+    std::optional<bool> Attempt(Progress& run, const Step& description, const Call& call);
     bool MayTryAgain(Progress& run);
     void Fail(Progress& run, const char* step, const CallRecord& record);
     void ShareFailure(const Progress& failed);
@@ -77,6 +78,7 @@ private:
     void TellPreference(Error& error) const;
     bool NoteRepair(const Progress& run);
     void EndRepair();
+    bool UtilityAnswers(const Progress& run);
     void Keep(std::optional<Error> error);
     void SetUnconfirmed(Progress& run, const Finding& finding);
     void TellState(Progress& run, const char* hint);
@@ -93,6 +95,7 @@ private:
     unsigned stepTotal;
     bool stopped = false;
     bool secondAttempt = false;  ///< at the utility's installation has been made
+    bool utilityLost = false;    ///< replaced by one that is missing or does not answer
 };
 
 }  // namespace qdmctl

@@ -13,7 +13,8 @@
 namespace qdmctl {
 namespace {
 
-constexpr char ProbeFile[] = "/tmp/qdmctl/probe";
+constexpr char ProbeFile[] = "/probe";
+constexpr char ScratchFolder[] = "/tmp/qdmctl";
 /// An adapter list and a few attribute files; what an update needs beyond that is checked with its
 /// package.
 constexpr std::size_t ProbeBytes = 65536;
@@ -25,7 +26,7 @@ Error FolderError(const std::string& folder, const std::string& what) {
 }
 
 constexpr const char* workFolders[] = {
-    "/tmp", "/tmp/EMULEX", "/tmp/EMULEX/cache", "/tmp/EMULEX/temp", "/tmp/qdmctl", stateFolder};
+    "/tmp", "/tmp/EMULEX", "/tmp/EMULEX/cache", "/tmp/EMULEX/temp", ScratchFolder, stateFolder};
 
 std::optional<Error> CheckFolder(const std::string& folder, uid_t owner) {
     struct stat status {};
@@ -63,6 +64,17 @@ int WriteProbe(const std::string& file) {
     return written == static_cast<ssize_t>(bytes.size()) ? 0 : reason;
 }
 
+std::optional<Error> CheckWritable(const std::string& folder) {
+    const int reason = WriteProbe(folder + ProbeFile);
+    if (IsDiskFull(reason)) {
+        return MakeError(ErrorId::DiskFull, "no space left below " + folder,
+                         "free some space on that disk; nothing has been changed");
+    }
+    return reason == 0 ? std::nullopt
+                       : std::optional<Error>(
+                             FolderError(folder, "cannot be written: " + SystemText(reason)));
+}
+
 }  // namespace
 
 std::optional<Error> CheckWorkFolders(const std::string& root) {
@@ -74,15 +86,11 @@ std::optional<Error> CheckWorkFolders(const std::string& root) {
             return error;
         }
     }
-    const int reason = WriteProbe(root + ProbeFile);
-    if (IsDiskFull(reason)) {
-        return MakeError(ErrorId::DiskFull, "no space left below " + root + "/tmp",
-                         "free some space on that disk; nothing has been changed");
-    }
-    if (reason != 0) {
-        return FolderError(root + "/tmp/qdmctl", "cannot be written: " + SystemText(reason));
-    }
-    return std::nullopt;
+    return CheckWritable(root + ScratchFolder);
+}
+
+std::optional<Error> CheckStateWritable(const std::string& root) {
+    return CheckWritable(root + stateFolder);
 }
 
 std::optional<Error> InspectWorkFolders(const std::string& root) {

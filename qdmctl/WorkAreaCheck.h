@@ -12,6 +12,10 @@ namespace qdmctl {
 /// naming the path at fault.
 [[nodiscard]] std::optional<Error> CheckWorkFolders(const std::string& root);
 
+/// Whether runs can leave there what later ones need to know, which no change is begun without. The
+/// folders have been checked.
+[[nodiscard]] std::optional<Error> CheckStateWritable(const std::string& root);
+
 /// The same without making or writing anything, for any caller: folders that are missing or cannot
 /// be looked at pass, as long as the install root itself is there.
 [[nodiscard]] std::optional<Error> InspectWorkFolders(const std::string& root);

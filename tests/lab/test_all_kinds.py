@@ -1,6 +1,7 @@
 """Utility, firmware and driver in one update: look, act, look again."""
 
 import json
+import zipfile
 
 import pytest
 from conftest import HBACMD, REPOSITORY, SERVERS, components
@@ -190,8 +191,24 @@ def test_forbidden_package_is_named(make_lab):
     assert work(lab) == [] and state(lab) == OLD
 
 
-def test_utility_whose_second_attempt_succeeds(lab):
+def fail_late(lab):
+    """The installation fails when the tool is in place, which then knows no version."""
+    [module] = lab.repo.glob("util-*.zip")
+    with zipfile.ZipFile(module) as archive:
+        members = {member: archive.read(member) for member in archive.infolist()}
+    with zipfile.ZipFile(module, "w") as archive:
+        for member, data in members.items():
+            if member.filename.endswith("/install.sh"):
+                data = data.replace(b"\nfail_at_first\n", b"\n")
+                data = data.replace(b'|| fail "no tool"\n', b'|| fail "no tool"\nfail_at_first\n')
+            archive.writestr(member, data)
+    lab.repository()
+
+
+@pytest.mark.parametrize("spoil", [lambda lab: None, fail_late], ids=["missing", "silent"])
+def test_utility_whose_second_attempt_succeeds(lab, spoil):
     offer(lab, {"util": NEW["util"]}, util=["--fail-install", "1"])
+    spoil(lab)
     done = update(lab)
     assert (done.exit_code, outcome(done, "util")[0]) == (0, "updated")
     assert work(lab) == ["uninstall.sh", "install.sh"] * 2
@@ -215,6 +232,30 @@ def test_utility_that_stays_away_is_told_with_its_repair(lab):
     assert (note["folder"], note["command"]) == (folder, f"{folder}/install.sh -q")
     assert lab.qdmctl("repair", "--dry-run").exit_code == 0, "nobody else could get there"
     assert lab.run(*note["command"].split()).returncode == 0
+    works(lab)
+    assert state(lab) == NEW and not lab.inside(f"{ROOT}/state/repair.json").exists(), "by hand"
+    assert not lab.inside(f"{ROOT}/tmp/qdmctl/packages").exists()
+
+
+def test_utility_that_does_not_answer_is_repaired_before_anything_else(lab):
+    offer(lab, NEW, util=["--fail-install", "2"])
+    fail_late(lab)
+    done = update(lab)
+    assert (done.exit_code, done.error_ids()) == (1, ["update-failed", "tool-failed"])
+    for error in done.json["errors"]:
+        assert "qdmctl repair" in error["hint"], error
+    for kind in ("firm", "driver"):
+        assert outcome(done, kind)[0] == "not-attempted" and "repair" in outcome(done, kind)[1]
+    for words in (["list"], *([*words, "--repo", "/repo"] for words in (
+            ["check"], ["update", "--yes"], ["update", "--yes", "--force", "--device", "04:00.0"]))):
+        answer = lab.qdmctl(*words)
+        [error] = answer.json["errors"]
+        assert (answer.exit_code, error["id"]) == (1, "tool-failed") and \
+            "qdmctl repair" in error["hint"] and components(answer.json, None) == [], answer
+    assert work(lab) == ["uninstall.sh", "install.sh"] * 2
+    remedies = {check["name"]: check["remedy"] for check in lab.qdmctl("doctor").json["checks"]}
+    assert all("run qdmctl repair" in remedies[name] for name in ("adapters", "repair"))
+    assert lab.qdmctl("repair", "--yes").exit_code == 0
     works(lab)
     assert state(lab) == NEW
 

@@ -148,6 +148,7 @@ UNHEALTHY = [  # check, state, part of the finding; what makes it so; how it is 
     ("install-root", "failure", "is writable for other", lambda lab: lab.inside(ROOT).chmod(0o777),
      (), {}),
     ("install-root", "failure", f"{ROOT}/tmp", None, ("--read-only", f"{ROOT}/tmp"), {}),
+    ("install-root", "failure", f"{ROOT}/state", None, ("--read-only", f"{ROOT}/state"), {}),
     ("install-root", "warning", f"{ROOT}/tmp can be entered", lambda lab: lab.inside(
         f"{ROOT}/tmp/EMULEX/temp").mkdir(parents=True), (), {}),
     ("space", "failure", "0 MiB", None, ("--disk", f"{ROOT}/tmp", "8192"), {}),

@@ -125,6 +125,8 @@ def test_repair_installs_what_an_update_has_begun(lab):
     missing = lab.qdmctl("list")
     assert missing.error_ids() == ["tool-missing"], missing
     assert "run qdmctl repair" in missing.json["errors"][0]["hint"]
+    assert "run qdmctl repair" in next(check["remedy"] for check in lab.qdmctl(
+        "doctor").json["checks"] if check["name"] == "adapter-tool")
     assert (repair(lab).exit_code, repair(lab, "--dry-run").exit_code) == (2, 0)
     assert installs(lab) == 0
     failed = repair(lab, "--yes", "--trace", "/root/trace")

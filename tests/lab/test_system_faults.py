@@ -89,6 +89,7 @@ FAULTS = [
     ("open root", mode(ROOT, 0o777, 0o755), (), "work-area", f"{ROOT} is writable for other"),
     ("read-only root", nothing, ("--read-only", ROOT), "work-area", f"{ROOT}/tmp"),
     ("read-only work area", nothing, ("--read-only", f"{ROOT}/tmp"), "work-area", f"{ROOT}/tmp"),
+    ("read-only state", nothing, ("--read-only", f"{ROOT}/state"), "work-area", f"{ROOT}/state"),
     ("link", as_link, (), "work-area", f"{ROOT}/tmp is not a folder"),
     ("full disk", nothing, ("--disk", f"{ROOT}/tmp", "8192"), "disk-full", f"{ROOT}/tmp"),
     *((f"file {path}", as_file(path), (), "work-area", f"{ROOT}/{path} is not a folder")
