@@ -100,10 +100,10 @@ std::optional<Error> InspectWorkFolders(const std::string& root) {
     }
     for (const char* folder : workFolders) {
         struct stat status {};
-        if (::lstat((root + folder).c_str(), &status) == 0) {
-            if (auto error = CheckFolder(root + folder, owner)) {
-                return error;
-            }
+        const bool seen = ::lstat((root + folder).c_str(), &status) == 0;
+        auto error = seen ? CheckFolder(root + folder, owner) : std::nullopt;
+        if (error) {
+            return error;
         }
     }
     return std::nullopt;
