@@ -1,6 +1,9 @@
 """Utility, firmware and driver in one update: look, act, look again."""
 
 import json
+import os
+import signal
+import time
 import zipfile
 
 import pytest
@@ -191,7 +194,7 @@ def test_forbidden_package_is_named(make_lab):
     assert work(lab) == [] and state(lab) == OLD
 
 
-def fail_late(lab):
+def fail_late(lab, line=b"fail_at_first"):
     """The installation fails when the tool is in place, which then knows no version."""
     [module] = lab.repo.glob("util-*.zip")
     with zipfile.ZipFile(module) as archive:
@@ -200,7 +203,7 @@ def fail_late(lab):
         for member, data in members.items():
             if member.filename.endswith("/install.sh"):
                 data = data.replace(b"\nfail_at_first\n", b"\n")
-                data = data.replace(b'|| fail "no tool"\n', b'|| fail "no tool"\nfail_at_first\n')
+                data = data.replace(b'|| fail "no tool"\n', b'|| fail "no tool"\n' + line + b"\n")
             archive.writestr(member, data)
     lab.repository()
 
@@ -258,6 +261,33 @@ def test_utility_that_does_not_answer_is_repaired_before_anything_else(lab):
     assert lab.qdmctl("repair", "--yes").exit_code == 0
     works(lab)
     assert state(lab) == NEW
+
+
+def test_killed_installation_is_repaired_before_anything_else(lab):
+    offer(lab, NEW)
+    fail_late(lab, b'[ -e "$folder/once" ] || { touch "$folder/once"; exec sleep 99; }')
+    run = lab.start("qdmctl", "update", "--repo", "/repo", "--yes", "--json")
+    limit = time.monotonic() + 60
+    while not lab.inside(f"{os.path.dirname(HBACMD)}/once").exists():
+        assert time.monotonic() < limit
+        time.sleep(0.1)
+    for process in lab.show()["processes"]:
+        if process["command"].startswith(("qdmctl", "sleep", "/bin/sh", "sh ")):
+            os.kill(process["pid"], signal.SIGKILL)
+    run.communicate()
+    calls = len(lab.calls())
+    refused = update(lab)
+    assert (refused.exit_code, refused.error_ids(), work(lab, calls)) == (1, ["tool-failed"], [])
+    assert "qdmctl repair" in refused.json["errors"][0]["hint"]
+    assert lab.qdmctl("repair", "--yes").exit_code == 0
+    works(lab)
+
+
+def test_utility_that_does_not_tell_its_version_is_told_once(lab):
+    offer(lab, {"driver": NEW["driver"]})
+    lab.fault("version", "error")
+    done = update(lab)
+    assert (done.error_ids(), outcome(done, "driver")[0]) == (["tool-failed"], "pending")
 
 
 def test_utility_that_cannot_be_removed_stays(lab):
