@@ -8,12 +8,15 @@
 
 namespace qdmctl {
 
+/// Levels of the lines that the provider writes about failures.
+inline constexpr unsigned FailureLevels = CTraceUtility::TRACE_DBG_ERROR;
+
 /// What the provider reports while this object lives: its operator messages and the lines it writes
 /// about failures.
 class CallRecord : public HostObserver {
 public:
     /// `levels` are those of the trace lines that are kept.
-    explicit CallRecord(unsigned levels = CTraceUtility::TRACE_DBG_ERROR);
+    explicit CallRecord(unsigned levels = FailureLevels);
     ~CallRecord() override;
     CallRecord(const CallRecord&) = delete;
     CallRecord& operator=(const CallRecord&) = delete;

@@ -92,7 +92,8 @@ bool Session::ToolPresent() {
 }
 
 bool Session::LinkPort(PortSession& port) {
-    const CallRecord record(ListingLevels);
+    // The first port's look-up has the adapters listed for all; the others tell nothing of that.
+    const CallRecord record(&port == &ports.front() ? ListingLevels : FailureLevels);
     bool inTime = ListAdapters(port);
     bool failed = record.Has(ListingFailedMessage);
     if (!failed && !listedAgain && ExtendedInfo(*port.vendor, "WWPN").empty()) {
