@@ -131,13 +131,14 @@ TEST_F(UpdateTest, MessageDefinition) {
         {"EndMessage=The end\n", "The end", none, 0},
         {"SuccessMessage=\n", "done", none, 0},
         {"", "done", none, 0}};
+    size_t pauses = 0;
+    host.duringSleep = [&](unsigned long ms) { pauses += ms == 30000 ? 1 : 0; };
     for (const auto& [rules, text, expected, sleeps] : rows) {
         SCOPED_TRACE(rules);
         SCOPED_TRACE(text);
         host.Write(definition, rules);
         host.Write(output, text);
-        size_t pauses = 0;
-        host.duringSleep = [&](unsigned long ms) { pauses += ms == 30000 ? 1 : 0; };
+        pauses = 0;
         EXPECT_EQ(Checked(output, definition), expected);
         EXPECT_EQ(pauses, sleeps);
     }
