@@ -34,6 +34,9 @@ std::string ReasonOf(const PendingView& view) {
         case PendingState::Pending:
             break;
     }
+    if (!view.bootedSince && !view.nextBoot.empty()) {
+        return "installed, but the next boot would load " + view.nextBoot;
+    }
     return view.bootedSince ? "the server has been rebooted, but what operates cannot be read"
                             : "takes effect with the next reboot";
 }
@@ -43,6 +46,7 @@ Json ViewJson(const PendingView& view) {
             {"version", view.update.version},
             {"previous", TextOrNull(view.update.previous)},
             {"operating", TextOrNull(view.operating)},
+            {"next_boot", TextOrNull(view.nextBoot)},
             {"device_ids", view.update.deviceIds},
             {"boot", view.bootedSince ? "changed" : "same"},
             {"state", NameOf(view.update.state)},
@@ -87,6 +91,7 @@ std::vector<PendingView> PendingFromJson(const nlohmann::json& json) {
         view.update.deviceIds = value.at("device_ids").get<std::vector<std::string>>();
         view.update.state = StateOf(TextOf(value, "state"));
         view.operating = TextOf(value, "operating");
+        view.nextBoot = TextOf(value, "next_boot");
         view.bootedSince = TextOf(value, "boot") == "changed";
     }
     return views;

@@ -1,5 +1,6 @@
 #include "qdmctl/Command.h"
 #include "qdmctl/DriverOnDisk.h"
+#include "qdmctl/DriverPackage.h"
 #include "qdmctl/PendingJudgement.h"
 #include "qdmctl/Session.h"
 
@@ -10,20 +11,19 @@ namespace qdmctl {
 namespace {
 
 /// What to do about an installed driver that a reboot did not bring.
-std::string DriverRemedy(const std::string& module, const std::string& version) {
+std::string DriverRemedy(Session& session, const std::string& version) {
+    const std::string& module = session.ProviderDescriptor().kernelModule;
     const auto onDisk = DriverOnDisk(module);
-    if (!onDisk) {
-        return "modinfo finds no version of " + module +
-               " on disk: install the driver again with qdmctl update, then reboot";
-    }
-    if (*onDisk == version) {
+    if (onDisk == version) {
         return "it lies on disk as installed, so the boot has loaded another copy, most likely "
                "from the initial RAM disk: make that anew (dracut -f or update-initramfs -u) and "
                "reboot";
     }
-    return "modinfo finds " + *onDisk + " on disk: see that /etc/depmod.d prefers the installed " +
-           module + ", run depmod -a until \"modinfo -F version " + module + "\" tells " + version +
-           ", then reboot; or run qdmctl update again";
+    const auto packages = InstalledDriverPackages(session);
+    const bool installed = std::count(packages.begin(), packages.end(), version) != 0;
+    return "modinfo finds " + onDisk.value_or("no version of " + module) + " on disk: " +
+           (installed ? PreferenceRemedy(session)
+                      : "install the driver again with qdmctl update, then reboot");
 }
 
 void TellRefuted(Session& session, const PendingView& view) {
@@ -33,10 +33,17 @@ void TellRefuted(Session& session, const PendingView& view) {
         update.kind + ": " + update.version +
             " was installed and the server has been rebooted since, but " +
             (view.operating.empty() ? "it did not operate" : view.operating + " operates"),
-        update.kind == "driver"
-            ? DriverRemedy(session.ProviderDescriptor().kernelModule, update.version)
-            : "run qdmctl update again");
+        update.kind == "driver" ? DriverRemedy(session, update.version)
+                                : "run qdmctl update again");
     session.answer.errors.back().kind = update.kind;
+}
+
+void TellNotPreferred(Session& session, const PendingView& view) {
+    session.AddError(ErrorId::NotConfirmed,
+                     view.update.kind + ": " + view.update.version +
+                         " was installed, but the next boot would load " + view.nextBoot,
+                     PreferenceRemedy(session));
+    session.answer.errors.back().kind = view.update.kind;
 }
 
 /// What keeps a port from being read is no concern of this command once another port has told the
@@ -58,6 +65,8 @@ void Judge(Session& session, PendingUpdates& store) {
     for (const PendingView& view : *session.answer.pending) {
         if (view.update.state == PendingState::Refuted) {
             TellRefuted(session, view);
+        } else if (!view.bootedSince && !view.nextBoot.empty()) {
+            TellNotPreferred(session, view);
         } else if (view.operating.empty() && session.answer.errors.empty()) {
             session.AddError(ErrorId::ToolFailed,
                              "no port tells which " + view.update.kind + " operates",

@@ -90,9 +90,6 @@ void DropStaleNote(Session& session) {
 }
 
 void Carry(Session& session, DriverState& drivers, std::vector<UpdateItem>& items) {
-    if (!session.options.dryRun) {
-        drivers.RecordFound();
-    }
     if (items.empty()) {
         if (!session.options.dryRun) {
             DropStaleNote(session);
@@ -109,6 +106,16 @@ void Carry(Session& session, DriverState& drivers, std::vector<UpdateItem>& item
     }
 }
 
+void RecordAndCarry(Session& session, DriverState& drivers, std::vector<UpdateItem>& items) {
+    if (session.options.dryRun) {
+        Carry(session, drivers, items);
+        return;
+    }
+    drivers.RecordFound();
+    Carry(session, drivers, items);
+    drivers.TellPending();
+}
+
 }  // namespace
 
 Answer RunUpdate(const Options& options, Console& console) {
@@ -117,7 +124,7 @@ Answer RunUpdate(const Options& options, Console& console) {
     Session session(options, console, answer);
     DriverState drivers(session);
     auto items = PrepareUpdate(session, drivers);
-    Carry(session, drivers, items);
+    RecordAndCarry(session, drivers, items);
     session.Publish();
     return answer;
 }

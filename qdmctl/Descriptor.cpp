@@ -56,7 +56,7 @@ constexpr TextForm patternForm = {
     "a path inside the module, with \"*\" and \"?\""};
 constexpr TextForm folderForm = {
     [](const std::string& text) { return IsRelativePath(Replaced(text, "x")); },
-    "a folder below the install root"};
+    "a path below the install root"};
 constexpr TextForm absoluteForm = {IsAbsolutePath, "an absolute path of letters, digits, \"._+-\""};
 constexpr TextForm settingForm = {IsSetting, "settings such as \"Key:value\""};
 constexpr TextForm pciForm = {IsPciPair, "PCI identifiers such as \"10df:f100\""};
@@ -125,7 +125,9 @@ UtilityFacts ReadUtility(const Json& value, Faults& faults) {
 DriverFacts ReadDriver(const Json& value, Faults& faults) {
     JsonFields fields(value, "driver", faults);
     DriverFacts facts{fields.Text("preference_file", absoluteForm),
-                      fields.Text("preference", labelForm)};
+                      fields.Text("preference", labelForm),
+                      fields.Has("package") ? fields.Text("package", wordForm) : "",
+                      fields.Has("skip_marker") ? fields.Text("skip_marker", folderForm) : ""};
     fields.RefuseOtherKeys();
     return facts;
 }

@@ -55,6 +55,10 @@ struct UtilityFacts {
 struct DriverFacts {
     std::string preferenceFile;
     std::string preference;  ///< a line of it
+    std::string package;     ///< under which rpm knows the driver; empty: not known
+    /// While this file below the install root is there, the driver is left to another update;
+    /// empty: there is none such.
+    std::string skipMarker;
 };
 
 /// What a host program knows of a provider beside its two symbols. The data file is shipped with

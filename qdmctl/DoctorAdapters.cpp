@@ -5,6 +5,7 @@
 #include "qdmctl/ConfigRefusal.h"
 #include "qdmctl/Doctor.h"
 #include "qdmctl/DriverOnDisk.h"
+#include "qdmctl/DriverPackage.h"
 #include "qdmctl/ModuleKinds.h"
 #include "qdmctl/PendingJudgement.h"
 #include "qdmctl/ProgramAnswer.h"
@@ -144,21 +145,41 @@ void CheckConfiguration(Checks& checks, Session& session, PortSession& port) {
     }
 }
 
-void CheckDriver(Checks& checks, const std::string& module, PortSession& port) {
+bool IsSameDriver(PortSession& port, const std::string& one, const std::string& other) {
+    CModuleManager* module = ModuleOfKind(*port.vendor, DriverKind);
+    return one == other || (module != nullptr && VersionRules{*module}.AreEqual(one, other));
+}
+
+/// An installed package that is not the driver on disk: depmod prefers another one, or has not
+/// been run.
+std::string NotPreferred(Session& session, PortSession& port, const std::string& onDisk) {
+    const auto packages = InstalledDriverPackages(session);
+    const bool preferred = std::any_of(packages.begin(), packages.end(), [&](const auto& version) {
+        return IsSameDriver(port, version, onDisk);
+    });
+    return packages.empty() || preferred ? std::string() : packages.back();
+}
+
+void CheckDriver(Checks& checks, Session& session, PortSession& port) {
     constexpr char name[] = "driver";
+    const std::string& module = session.ProviderDescriptor().kernelModule;
     const std::string& loaded = port.view.versions.driver;
     const auto onDisk = DriverOnDisk(module);
-    CModuleManager* rules = ModuleOfKind(*port.vendor, "driver");
-    if (!onDisk) {
+    const std::string package = NotPreferred(session, port, onDisk.value_or(""));
+    if (!package.empty()) {
+        AddWarning(checks, name,
+                   "the package " + session.ProviderDescriptor().driver.package + " " + package +
+                       " is installed, but the next boot would load " +
+                       onDisk.value_or("no driver that modinfo finds"),
+                   PreferenceRemedy(session));
+    } else if (!onDisk) {
         AddWarning(checks, name, "modinfo finds no version of " + module + " on disk",
                    "see that the driver is installed for the kernel that runs");
     } else if (IsUnreadable(loaded)) {
         AddWarning(checks, name,
                    module + " " + *onDisk + " is on disk; what is loaded cannot be read",
                    "run qdmctl list and see what it tells");
-    } else if (loaded == *onDisk ||
-               (rules != nullptr && CStringUtil::CheckVersion4SegFormat(*onDisk) &&
-                rules->CheckVendorVersion(loaded, *onDisk) == 0)) {
+    } else if (IsSameDriver(port, loaded, *onDisk)) {
         AddOk(checks, name, module + " " + loaded + " is loaded and on disk");
     } else {
         AddWarning(checks, name, module + " " + loaded + " is loaded, " + *onDisk + " is on disk",
@@ -180,6 +201,10 @@ void CheckPending(Checks& checks, Session& session) {
                        "qdmctl pending tells what to do");
         } else if (view.update.state == PendingState::Confirmed) {
             AddOk(checks, name, what + " operates");
+        } else if (!view.bootedSince && !view.nextBoot.empty()) {
+            AddWarning(checks, name,
+                       what + " was installed, but the next boot would load " + view.nextBoot,
+                       PreferenceRemedy(session));
         } else {
             AddWarning(checks, name, what + " is installed and does not operate yet",
                        view.bootedSince ? "see adapters and adapter-tool" : "reboot the server");
@@ -201,7 +226,7 @@ void CheckPorts(Checks& checks, Session& session) {
     PortSession* port = linked ? AnyUsable(session) : nullptr;
     if (port != nullptr) {
         CheckConfiguration(checks, session, *port);
-        CheckDriver(checks, session.ProviderDescriptor().kernelModule, *port);
+        CheckDriver(checks, session, *port);
     }
 }
 

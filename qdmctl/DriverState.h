@@ -20,13 +20,15 @@ public:
     /// What waits, held against what operates now. Wants linked ports.
     void Load();
 
-    /// Completes the judgement of a driver component that a package is offered for. False when
-    /// nothing may be installed, whatever the verdict: the offered version is on disk already, or
-    /// no record could be kept of what is installed.
-    [[nodiscard]] bool Judge(Component& component, const VersionRules& rules);
+    struct Judgement {
+        /// False when nothing may be installed, whatever the verdict: the offered version is
+        /// installed already, or no record could be kept of what is installed.
+        bool installable = true;
+        std::optional<Error> fault;  ///< of a component that has failed
+    };
 
-    /// Error of a component that Judge has failed; none for others.
-    [[nodiscard]] std::optional<Error> Fault(const Component& component) const;
+    /// Completes the judgement of a driver component that a package is offered for.
+    [[nodiscard]] Judgement Judge(Component& component, const VersionRules& rules);
 
     /// Whether the next boot would load this version; asks anew, for behind an installation.
     [[nodiscard]] bool IsOnDisk(const std::string& version, const VersionRules& rules);
@@ -34,24 +36,37 @@ public:
     [[nodiscard]] std::string OnDiskText() const;
 
     /// The installed version waits for a boot: that is recorded.
-    [[nodiscard]] std::optional<Error> Record(const Component& component,
-                                              const std::vector<std::string>& deviceIds);
+    [[nodiscard]] std::optional<Error> Record(const Component& component);
     /// The installed version is in use.
     [[nodiscard]] std::optional<Error> Drop();
+    /// The installed version will not come into use as it is; an earlier one that waited is gone.
+    [[nodiscard]] std::optional<Error> DropReplaced();
 
-    /// Records what is found on disk and waits, though no run has recorded it.
+    /// Records what is found on disk and waits, though no run has recorded it for all ports. What
+    /// waited for a boot and is not preferred waits no more.
     void RecordFound();
+
+    /// Brings the answer's section up to date behind a run. Wants the ports' versions.
+    void TellPending();
 
 private:
     void Look();
     bool IsRefuted(const std::string& version, const VersionRules& rules) const;
-    bool JudgeWaiting(Component& component, const VersionRules& rules);
+    Judgement JudgeWaiting(Component& component, const VersionRules& rules);
+    bool IsPackaged(const std::string& version, const VersionRules& rules);
+    Judgement JudgeNotPreferred(Component& component);
+    void JudgeByDisk(Component& component, int order) const;
+    Judgement LeaveToOthers(Component& component) const;
+    Judgement Fail(Component& component, const std::string& what, const std::string& hint) const;
+    std::optional<Component> Waiting() const;
 
     Session& session;
     PendingUpdates store;
     std::optional<Error> damage;  ///< of the store
     std::optional<std::string> onDisk;
     bool looked = false;
+    std::optional<std::vector<std::string>> packages;  ///< that rpm tells; none: not asked
+    std::string notPreferred;  ///< the offered version, where another driver is preferred to it
 };
 
 }  // namespace qdmctl

@@ -3,6 +3,7 @@
 #include "host/CModuleManager.h"
 #include "host/CVendor.h"
 #include "qdmctl/BootIdentifier.h"
+#include "qdmctl/DriverOnDisk.h"
 #include "qdmctl/ModuleKinds.h"
 #include "qdmctl/Session.h"
 
@@ -50,8 +51,21 @@ std::string Operating(Session& session, PortSession& port, CModuleManager& modul
     return IsUnreadable(version) ? std::string() : version;
 }
 
+/// The driver that the next boot would load in place of this one; empty: nothing tells so.
+std::string OtherOnDisk(Session& session, const PendingUpdate& update) {
+    std::optional<std::string> onDisk;
+    session.Reading(session.ReadingStep("looking for the driver on disk", nullptr),
+                    [&] { onDisk = DriverOnDisk(session.ProviderDescriptor().kernelModule); });
+    const auto ports = PortsFor(session, update);
+    const bool same = !onDisk || *onDisk == update.version ||
+                      (!ports.empty() &&
+                       VersionRules{*ModuleOfKind(*ports.front()->vendor, update.kind)}.AreEqual(
+                           *onDisk, update.version));
+    return same ? std::string() : *onDisk;
+}
+
 PendingView Judge(Session& session, const PendingUpdate& update, Source source) {
-    PendingView view{update, {}, false};
+    PendingView view{update, {}, {}, false};
     const std::string bootId = BootIdentifier();
     view.bootedSince = IsBootedSince(update, bootId);
     bool inTime = true;
@@ -65,6 +79,9 @@ PendingView Judge(Session& session, const PendingUpdate& update, Source source) 
                                         [&](const auto& operating, const auto& version) {
                                             return module.CheckVendorVersion(operating, version);
                                         });
+    }
+    if (update.kind == DriverKind && view.update.state == PendingState::Pending) {
+        view.nextBoot = OtherOnDisk(session, update);
     }
     return view;
 }

@@ -23,7 +23,7 @@ struct PendingUpdate {
     std::string version;                 ///< that has been installed
     std::string previous;                ///< that operated then; empty: could not be read
     std::string bootId;                  ///< of the boot in which it was installed; empty: unknown
-    std::vector<std::string> deviceIds;  ///< the ports whose update it was; at least one
+    std::vector<std::string> deviceIds;  ///< the ports that it concerns; at least one
     PendingState state = PendingState::Pending;  ///< never Confirmed in the store
 };
 

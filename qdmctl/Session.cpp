@@ -155,6 +155,7 @@ bool Session::FindPorts() {
     for (DiscoveredPort& found : discovery.value->ports) {
         PortSession port;
         port.view.deviceId = found.id.Text();
+        serverDeviceIds.push_back(port.view.deviceId);
         port.view.vendorClass = found.model->vendorClass;
         port.view.modelKey = found.model->modelKey;
         port.view.pci =

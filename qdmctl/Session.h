@@ -72,6 +72,8 @@ public:
     std::vector<PortSession>& Ports() { return ports; }
     const Descriptor& ProviderDescriptor() const { return descriptor; }
     std::vector<PortSession*> AllPorts();
+    /// Of all ports of the server, also those that were not chosen.
+    const std::vector<std::string>& ServerDeviceIds() const { return serverDeviceIds; }
     const std::string& Root() const { return root; }
     /// A private folder of this run below the work area, made anew and removed with the session;
     /// empty when that failed.
@@ -126,6 +128,7 @@ private:
     ProviderLibrary library;  // outlives the vendor objects of `ports`
     std::vector<PortSession> ports;
     std::vector<std::string> scratchFolders;
+    std::vector<std::string> serverDeviceIds;
     bool listedAgain = false;    // for a port that the first listing did not show
     bool utilityFailed = false;  // told once, for it is the server's and no port's
 };

@@ -86,17 +86,17 @@ private:
         component.kind = kind;
         component.installed = VersionOf(port.view.versions, kind);
         const auto package = Choose(port, rules, component);
-        const bool installable = kind != DriverKind || !package || drivers.Judge(component, rules);
+        const auto judged = kind == DriverKind && package ? drivers.Judge(component, rules)
+                                                          : DriverState::Judgement{};
         port.view.components.push_back(component);
         UpdateItem item{
             &port, &module, port.view.components.size() - 1, package.value_or(PackageEntry{}), {}};
-        if (kind == DriverKind) {
-            if (auto fault = drivers.Fault(component)) {
-                fault->kind = kind;
-                Tell(session.answer.errors, std::move(*fault));
-            }
+        if (judged.fault) {
+            Error fault = *judged.fault;
+            fault.kind = kind;
+            Tell(session.answer.errors, std::move(fault));
         }
-        if (installable && MayInstall(component, session.options)) {
+        if (judged.installable && MayInstall(component, session.options)) {
             item.View().outcome = Outcome::NotAttempted;
             ForgiveReading(session.answer.errors, port, kind);
             items.push_back(std::move(item));

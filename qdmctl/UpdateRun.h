@@ -72,10 +72,9 @@ private:
     void CheckServer();
     Finding Confirm(CModuleManager& module);
     void Conclude(Progress& run, const Finding& finding);
-    bool SetPending();
+    bool SetByDisk(Finding& finding);
     void SetUpdated(Progress& run);
     std::string Doubt(const UpdateItem& item, const Finding& finding) const;
-    void TellPreference(Error& error) const;
     bool NoteRepair(const Progress& run);
     void EndRepair();
     bool UtilityAnswers(const Progress& run);

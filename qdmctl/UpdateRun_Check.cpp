@@ -1,4 +1,5 @@
 #include "host/CModuleManager.h"
+#include "qdmctl/DriverPackage.h"
 #include "qdmctl/UpdateRun.h"
 #include "qdmctl/UpdateTexts.h"
 
@@ -67,7 +68,7 @@ void UpdateRun::CheckServer() {
         Report();
         return;
     }
-    if (!result.confirmed && SetPending()) {
+    if (Is(DriverKind) && SetByDisk(result)) {
         Report();
         return;
     }
@@ -106,22 +107,23 @@ void UpdateRun::Conclude(Progress& run, const Finding& finding) {
     }
 }
 
-/// A driver that the next boot will load is as it should be, though another one is in use until
-/// then. False when it is no such.
-bool UpdateRun::SetPending() {
+/// A driver that the next boot will load is as it should be, though another one may be in use
+/// until then; one that it will not load is not, though it may be in use. False when the finding
+/// is to be told.
+bool UpdateRun::SetByDisk(Finding& finding) {
     const UpdateItem& item = *runs.front().item;
-    if (!Is(DriverKind) || !drivers.IsOnDisk(item.View().offered, VersionRules{*item.module})) {
+    const bool onDisk = drivers.IsOnDisk(item.View().offered, VersionRules{*item.module});
+    if (finding.confirmed || !onDisk) {
+        finding.confirmed = finding.confirmed && onDisk;
         return false;
     }
-    std::vector<std::string> deviceIds;
     for (Progress& run : runs) {
         if (run.begun && run.alive) {
             run.item->View().outcome = Outcome::Pending;
             run.item->View().reason = TakesEffectAfterReboot;
-            deviceIds.push_back(run.item->port->view.deviceId);
         }
     }
-    Keep(drivers.Record(item.View(), deviceIds));
+    Keep(drivers.Record(item.View()));
     return true;
 }
 
@@ -158,18 +160,11 @@ void UpdateRun::SetUnconfirmed(Progress& run, const Finding& finding) {
     TellState(run, LeftToFunction0(*run.item) ? WhenLeftToFunction0
                                               : TextsOf(traits->kind).whenNotActive);
     if (Is(DriverKind)) {
-        TellPreference(session.answer.errors[*run.error]);
+        session.answer.errors[*run.error].hint = PreferenceRemedy(session);
+        Keep(drivers.DropReplaced());
     }
     run.alive = false;
     ShareFailure(run);
-}
-
-/// The package is installed, so what is left to do is not another update.
-void UpdateRun::TellPreference(Error& error) const {
-    const Descriptor& provider = session.ProviderDescriptor();
-    error.hint = "the driver in use works on; see that " + provider.driver.preferenceFile +
-                 " holds the line \"" + provider.driver.preference +
-                 "\", and not as a comment, then run depmod -a and repeat the update";
 }
 
 /// What is true once the dust has settled, and what is to be done then.

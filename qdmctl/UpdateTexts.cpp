@@ -44,8 +44,8 @@ constexpr UpdateTexts Firmware = {
 };
 
 constexpr char DriverInUse[] =
-    "the driver in use works on; look with modinfo which one the kernel would load at the next "
-    "boot, then repeat the update";
+    "the driver in use works on; run qdmctl doctor, which tells whether the next boot would load "
+    "another one, then repeat the update";
 
 constexpr UpdateTexts Driver = {
     "the driver in use is ",
@@ -53,9 +53,8 @@ constexpr UpdateTexts Driver = {
     "rpm",
     DriverInUse,
     DriverInUse,
-    LookWithCheck,
-    "the driver in use works on; repeat the update with --trace FILE to see what rpm says: where "
-    "this package is installed already, look with modinfo which driver the kernel would load",
+    DriverInUse,
+    "the driver in use works on; repeat the update with --trace FILE to see what rpm says",
     DriverInUse,
 };
 

@@ -41,7 +41,9 @@ def outcome(answer, kind):
 
 def work(lab, since=0):
     """The calls that changed the server."""
-    calls = [call for call in lab.calls()[since:] if call["arguments"] != ["-qa"]
+    asking = (["rpm", "-qa"], ["rpm", "-q"])
+    calls = [call for call in lab.calls()[since:]
+             if [call["verb"], *call["arguments"][:1]] not in asking
              and call["verb"] in ("uninstall.sh", "install.sh", "rpm", "depmod", "Download")]
     return [call["verb"] for call in calls]
 
@@ -99,6 +101,8 @@ def test_what_is_the_servers_is_asked_and_done_as_such(lab):
     assert (one.exit_code, len(one.json["ports"])) == (0, 1)
     assert {port["versions"]["utility"] for port in lab.qdmctl("list").json["ports"]} == \
         {NEW["util"]}
+    [waits] = one.json["pending"]
+    assert (waits["version"], len(waits["device_ids"])) == (NEW["driver"], 5), "of all ports"
 
 
 def test_modules_that_disagree_are_refused(lab):
@@ -346,21 +350,66 @@ def test_preference_of_the_packaged_driver(lab, before, after, pending):
     [error] = done.json["errors"]
     assert error["id"] == "not-confirmed" and "next boot would load 10.2.370.15" in error["message"]
     assert f"/etc/depmod.d/elxlpfc.conf holds the line \"{MARKED}\"" in error["hint"]
+    told = "package of 10.2.400.7 is installed, but the next boot would load 10.2.370.15"
+    for again in (lab.qdmctl("check", "--repo", "/repo"), update(lab)):
+        [error] = again.json["errors"]
+        assert (again.exit_code, error["id"]) == (1, "not-confirmed") and told in error["message"]
+        assert MARKED in error["hint"] and outcome(again, "driver")[0] == "failed"
+    [row] = [one for one in lab.qdmctl("doctor").json["checks"] if one["name"] == "driver"]
+    assert row["state"] == "warning" and "elx-lpfc 10.2.400.7" in row["finding"], row
+    assert MARKED in row["remedy"] and work(lab).count("rpm") == 1, "rpm would refuse the package"
     if after is None:
         file.rmdir()
-    file.write_text(f"{MARKED}\n")
+    prefer(lab, MARKED)
+    assert len(update(lab).json["pending"]) == 1
+    works(lab)
+
+
+def prefer(lab, line):
+    lab.inside("/etc/depmod.d/elxlpfc.conf").write_text(f"{line}\n")
     lab.run("depmod", "-a")
+
+
+def test_driver_in_use_that_the_next_boot_would_not_load_is_not_updated(lab):
+    offer(lab, {"driver": NEW["driver"]})
+    works(lab)
+    offer(lab, {"driver": OLD["driver"]})
+    update(lab, "--allow-older")
+    prefer(lab, "# override lpfc: no")
+    offer(lab, {"driver": NEW["driver"]})
+    done = update(lab)
+    assert (done.exit_code, done.error_ids(), done.json["pending"]) == (1, ["not-confirmed"], [])
+    assert outcome(done, "driver") == \
+        ("failed", "rpm told success, but the next boot would load 10.2.370.15 and not 10.2.400.7")
+    prefer(lab, MARKED)
+    assert update(lab).json["result"] == "nothing" and work(lab).count("rpm") == 3
+
+
+def test_driver_is_left_to_the_update_of_converged_adapters(lab):
+    marker = lab.inside(f"{ROOT}/{DESCRIPTOR['driver']['skip_marker']}")
+    marker.parent.mkdir(parents=True, exist_ok=True)
+    marker.write_text("")
+    offer(lab, {"driver": NEW["driver"]})
+    done = update(lab)
+    assert (done.exit_code, outcome(done, "driver")[0], work(lab)) == (0, "skipped", [])
+    assert f"{marker.name} is there" in outcome(done, "driver")[1]
+    marker.unlink()
     works(lab)
 
 
 def test_driver_that_waits_is_superseded_or_taken_back(lab):
-    for version, options, told in (
-            ("10.2.400.7", [], "pending"), ("10.2.400.5", [], "skipped"),
-            ("10.2.400.8", [], "pending"), ("10.2.370.17", ["--allow-older"], "pending")):
+    for version, options, told, reason, waits in (
+            ("10.2.400.7", [], "pending", LATER, ["10.2.400.7"]),
+            ("10.2.400.5", [], "skipped", "older than 10.2.400.7 on disk", ["10.2.400.7"]),
+            ("10.2.400.8", [], "pending", LATER, ["10.2.400.8"]),
+            ("10.2.370.17", ["--allow-older"], "pending", LATER, ["10.2.370.17"]),
+            ("10.2.370.15", ["--allow-older"], "updated", "confirmed", [])):
         offer(lab, {"driver": version})
-        assert outcome(update(lab, *options), "driver")[0] == told
+        done = update(lab, *options)
+        assert outcome(done, "driver")[0] == told and reason in outcome(done, "driver")[1]
+        assert [one["version"] for one in done.json["pending"]] == waits
         assert told == "skipped" or lab.show()["driver"]["on_disk"] == version
-    assert work(lab).count("rpm") == 3
+    assert work(lab).count("rpm") == 4
 
 
 def test_driver_that_a_boot_did_not_bring_is_refuted(lab):
@@ -386,4 +435,11 @@ def test_driver_that_no_run_has_recorded_is_found(lab):
     update(lab)
     lab.inside(f"{ROOT}/state/pending.json").unlink()
     assert outcome(update(lab), "driver") == ("pending", LATER) and work(lab).count("rpm") == 1
-    assert len(lab.qdmctl("pending").json["pending"]) == 1
+    store = lab.inside(f"{ROOT}/state/pending.json")
+    recorded = json.loads(store.read_text())
+    ports = recorded["updates"][0]["device_ids"]
+    recorded["updates"][0]["device_ids"] = ports[:1]
+    store.write_text(json.dumps(recorded))
+    update(lab)
+    [waits] = lab.qdmctl("pending").json["pending"]
+    assert waits["device_ids"] == ports and len(ports) == 5

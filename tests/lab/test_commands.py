@@ -183,7 +183,7 @@ UNHEALTHY = [  # check, state, part of the finding; what makes it so; how it is 
     ("utility-config", "failure", "emulexRMConfig lacks", lambda lab: write(
         lab, "/etc/emulexRMConfig", ""), (), {}),
     ("driver", "warning", "10.2.370.14 is loaded, 10.2.370.15 is on disk", cached_driver, (), {}),
-    ("pending", "warning", "does not operate yet", record, (), {}),
+    ("pending", "warning", "the next boot would load", record, (), {}),
     ("pending", "failure", "has not brought it", lambda lab: record(lab, boot="another"), (), {}),
     ("pending", "failure", "pending.json", lambda lab: write(
         lab, f"{ROOT}/state/pending.json", "{"), (), {}),

@@ -51,6 +51,21 @@ def test_installed_driver_is_pending_until_a_reboot_confirms_it(lab):
     table = lab.run("qdmctl", "pending")
     assert "takes effect with the next reboot" in table.stdout and max(
         map(len, table.stdout.splitlines())) > 80 and table.returncode == 0, "no terminal"
+    rows = {one["name"]: one for one in lab.qdmctl("doctor").json["checks"]}
+    assert "does not operate yet" in rows["pending"]["finding"]
+    preference = lab.inside("/etc/depmod.d/elxlpfc.conf")
+    line = preference.read_text()
+    preference.write_text(f"# {line}")
+    lab.run("depmod", "-a")
+    answer, named = lab.qdmctl("pending"), f"the next boot would load {OLD}"
+    assert told(answer) == ("pending", "same", OLD, 1)
+    assert line[:-1] in answer.json["errors"][0]["hint"]
+    assert answer.json["pending"][0]["reason"] == f"installed, but {named}"
+    rows = {one["name"]: one for one in lab.qdmctl("doctor").json["checks"]}
+    for name in ("driver", "pending"):
+        assert named in rows[name]["finding"] and line[:-1] in rows[name]["remedy"], rows[name]
+    preference.write_text(line)
+    lab.run("depmod", "-a")
     lab.reboot()
     assert told(lab.qdmctl("pending")) == ("confirmed", "changed", NEW, 0)
     assert lab.qdmctl("pending").json["pending"] == [], "told once"
