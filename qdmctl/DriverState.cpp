@@ -177,10 +177,12 @@ std::optional<Error> DriverState::DropReplaced() {
 
 std::optional<Component> DriverState::Waiting() const {
     for (const PortSession& port : session.Ports()) {
-        for (const Component& component : port.view.components) {
-            if (component.kind == DriverKind && component.outcome == Outcome::Pending) {
-                return component;
-            }
+        const auto& all = port.view.components;
+        const auto found = std::find_if(all.begin(), all.end(), [](const Component& component) {
+            return component.kind == DriverKind && component.outcome == Outcome::Pending;
+        });
+        if (found != all.end()) {
+            return *found;
         }
     }
     return std::nullopt;
