@@ -82,15 +82,15 @@ std::vector<Process> DescendantsOf(pid_t ancestor) {
 }
 
 /// The process may have ended meanwhile and its identifier be another's; the handle cannot.
-void End(const Process& process) {
+void Send(const Process& process, int signal) {
     const FileHandle handle(static_cast<int>(::syscall(SYS_pidfd_open, process.pid, 0)));
     if (Look(process.pid).started != process.started) {
         return;
     }
     if (handle.IsOpen()) {
-        ::syscall(SYS_pidfd_send_signal, handle.Get(), SIGKILL, nullptr, 0);
+        ::syscall(SYS_pidfd_send_signal, handle.Get(), signal, nullptr, 0);
     } else {
-        ::kill(process.pid, SIGKILL);  // a kernel without such handles
+        ::kill(process.pid, signal);  // a kernel without such handles
     }
 }
 
@@ -104,9 +104,21 @@ std::vector<pid_t> PidsBelow(pid_t ancestor) {
     return pids;
 }
 
+/// One that is killed while it starts a child would leave that behind where nobody finds it. One
+/// that is stopped starts none, and keeps those it has.
 void EndDescendants(pid_t ancestor) {
-    for (const Process& process : DescendantsOf(ancestor)) {
-        End(process);
+    std::unordered_map<pid_t, Process> stopped;
+    for (bool more = true; more;) {
+        more = false;
+        for (const Process& process : DescendantsOf(ancestor)) {
+            if (stopped.emplace(process.pid, process).second) {
+                Send(process, SIGSTOP);
+                more = true;
+            }
+        }
+    }
+    for (const auto& entry : stopped) {
+        Send(entry.second, SIGKILL);
     }
 }
 
