@@ -94,6 +94,20 @@ void Send(const Process& process, int signal) {
     }
 }
 
+using ProcessMap = std::unordered_map<pid_t, Process>;
+
+/// One that is killed while it starts a child would leave that behind where nobody finds it. One
+/// that is stopped starts none, and keeps those it has. False when all had been stopped before.
+bool StopOthers(pid_t ancestor, ProcessMap& stopped) {
+    const std::size_t before = stopped.size();
+    for (const Process& process : DescendantsOf(ancestor)) {
+        if (stopped.emplace(process.pid, process).second) {
+            Send(process, SIGSTOP);
+        }
+    }
+    return stopped.size() > before;
+}
+
 }  // namespace
 
 std::vector<pid_t> PidsBelow(pid_t ancestor) {
@@ -104,18 +118,9 @@ std::vector<pid_t> PidsBelow(pid_t ancestor) {
     return pids;
 }
 
-/// One that is killed while it starts a child would leave that behind where nobody finds it. One
-/// that is stopped starts none, and keeps those it has.
 void EndDescendants(pid_t ancestor) {
-    std::unordered_map<pid_t, Process> stopped;
-    for (bool more = true; more;) {
-        more = false;
-        for (const Process& process : DescendantsOf(ancestor)) {
-            if (stopped.emplace(process.pid, process).second) {
-                Send(process, SIGSTOP);
-                more = true;
-            }
-        }
+    ProcessMap stopped;
+    while (StopOthers(ancestor, stopped)) {
     }
     for (const auto& entry : stopped) {
         Send(entry.second, SIGKILL);
