@@ -155,3 +155,12 @@ def make_lab(tmp_path):
 def lab(make_lab):
     """The default server: a 16G adapter with two functions, an 8G single-port, an 8G dual-port."""
     return make_lab()
+
+
+@pytest.fixture
+def tried(record_property):
+    """Counts attempts for docs/reliability.md, in the test report that `--junitxml` writes:
+    tried("archives", "links that lead out", "refused", 12)."""
+    def count(table, what, outcome, number=1):
+        record_property("reliability", "|".join((table, what, outcome, str(number))))
+    return count
