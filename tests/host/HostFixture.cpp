@@ -11,7 +11,8 @@
 namespace {
 
 std::string MakeTestFolder() {
-    std::string folder = "/tmp/qdm-host-tests.XXXXXX";
+    std::string folder = ::testing::TempDir();
+    folder += folder.back() == '/' ? "qdm-host-tests.XXXXXX" : "/qdm-host-tests.XXXXXX";
     if (mkdtemp(folder.data()) == nullptr) {
         std::abort();
     }
