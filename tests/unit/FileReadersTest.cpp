@@ -55,6 +55,8 @@ TEST_F(FileReadersTest, Values) {
             {capture, "", "Fabric Name", "=", 0, ";"},
             {": Key = a : b", "", "Key", ":", 0, "Key;b"},
             {halves, "", "Key", ":", 0, "Key;v"},  // 127 characters are a line
+            // Half a line at the end of what is read at once.
+            {std::string(16384 - 7, '\n') + "Key : whole\n", "", "Key", ":", 0, "Key;whole"},
             {"Key\n: 1\nKey", "", "Key", ":", 0, ";"},
             {"Key : 1", "", "|Key", ":", 0, ";"},  // no key, no value
             {"key : 1", "", "Key", ":", 0, ";"},
