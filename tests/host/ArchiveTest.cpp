@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <filesystem>
+#include <tuple>
 
 #include "host/CUnzip_Utility.h"
 #include "host/ComLib/Archive.h"
@@ -32,13 +34,16 @@ std::string FolderWith(const std::string& bytes) {
     return folder;
 }
 
-void ExpectRefused(const std::string& bytes) {
+/// `reason`: what has to find the fault before others do.
+void ExpectRefused(const std::string& bytes, const std::string& reason = "") {
     const std::string folder = FolderWith(bytes);
     std::string detail;
     EXPECT_FALSE(Unpack(folder, folder + "/in", {}, &detail));
     EXPECT_EQ(EntriesOf(folder), (Names{"in", "sample.zip"}));
     EXPECT_FALSE(detail.empty());
+    EXPECT_NE(detail.find(reason), std::string::npos) << detail;
     EXPECT_EQ(detail.find('\n'), std::string::npos) << detail;
+    EXPECT_EQ(InspectArchive(folder + "/sample.zip").refusal, detail) << "a look finds it";
 }
 
 }  // namespace
@@ -84,32 +89,45 @@ TEST(Archive, HostileNamesAreRefusedBeforeAnythingIsWritten) {
 TEST(Archive, HostileArchivesAreRefusedBeforeAnythingIsWritten) {
     const ZipMember x{"x", "x", {}};
     const auto with = [&](const ZipMember& member) { return ZipBytes({kGood, member}); };
-    const std::pair<const char*, std::string> rows[] = {
-        {"no archive", "#!/bin/sh\n"},
-        {"empty file", ""},
-        {"folder over a file", with({"good.txt/", "", {}, 040755})},
-        {"case twins of folders", ZipBytes({{"a/x", "x", {}}, {"A/y", "y", {}}})},
-        {"symbolic link", with({"link", "/etc/passwd", {}, 0120777})},
-        {"device", with({"disk", "", {}, 060600})},
-        {"pipe", with({"pipe", "", {}, 010600})},
-        {"folder with content", with({"dir/", "x", {}, 040755})},
-        {"encrypted", with({"x", "x", {}, 0100644, 0, 1})},
-        {"other packing method", with({"x", "x", {}, 0100644, 12})},
-        {"wrong check sum", with({"x", "x", {}, 0100644, 0, 0, {}, true})},
-        {"content longer than told", with({"x", "xy", {}, 0100644, 0, 0, "x"})},
-        {"damaged content", with({"x", "\xff\xff", {}, 0100644, 8})},
-        {"two names", with({"x", "x", "y"})},
-        {"bomb", with(Bomb("zeros"))},
-        {"bytes in front", ZipBytes({kGood}, {"#!/bin/sh\n", "", "", ""})},
-        {"bytes between", ZipBytes({kGood, x}, {"", "hidden", "", ""})},
-        {"comment", ZipBytes({kGood}, {"", "", "comment", ""})},
-        {"bytes behind", ZipBytes({kGood}, {"", "", "", "x"})},
-        {"member not told", ZipBytes({kGood, x}, {"", "", "", "", -1})},
-        {"member too many told", ZipBytes({kGood}, {"", "", "", "", 1})},
+    const std::string good = ZipBytes({kGood}), twice = ZipBytes({kGood, kGood});
+    const auto changed = [](std::string bytes, std::size_t at, char by) {
+        return bytes.replace(at, 1, 1, by);
     };
-    for (const auto& [what, bytes] : rows) {
+    const std::tuple<const char*, std::string, const char*> rows[] = {
+        {"no archive", "#!/bin/sh\n", "no zip archive"},
+        {"empty file", "", "no zip archive"},
+        {"folder over a file", with({"good.txt/", "", {}, 040755}), "of a file and of a folder"},
+        {"same folder twice", ZipBytes({{"a/", "", {}, 040755}, {"a/", "", {}, 040755}}),
+         "same name twice"},
+        {"case twins of folders", ZipBytes({{"a/x", "x", {}}, {"A/y", "y", {}}}), "in case alone"},
+        {"symbolic link", with({"link", "/etc/passwd", {}, 0120777}), "link or device"},
+        {"device", with({"disk", "", {}, 060600}), "link or device"},
+        {"pipe", with({"pipe", "", {}, 010600}), "link or device"},
+        {"folder with content", with({"dir/", "x", {}, 040755}), "folder with content"},
+        {"encrypted", with({"x", "x", {}, 0100644, 0, 1}), "encrypted"},
+        {"encrypted for one of two readers", changed(good, 6, 1), "encrypted"},
+        {"other packing method", with({"x", "x", {}, 0100644, 12}), "unknown packing method"},
+        {"two packing methods", changed(good, 8, 8), "two packing methods"},
+        {"wrong check sum", with({"x", "x", {}, 0100644, 0, 0, {}, true}), "CRC"},
+        {"content longer than told", with({"x", "xy", {}, 0100644, 0, 0, "x"}), ""},
+        {"damaged content", with({"x", "\xff\xff", {}, 0100644, 8}), ""},
+        {"two names", with({"x\ny", "x", "x\nz"}), "two names"},
+        {"bomb", with(Bomb("zeros")), "packed too tightly"},
+        {"bytes in front", ZipBytes({kGood}, {"#!/bin/sh\n", "", "", ""}), "in front"},
+        {"bytes cut off in front", good.substr(1), "is not where the end record tells"},
+        {"bytes between", ZipBytes({kGood, x}, {"", "hidden", "", ""}), "bytes between"},
+        {"bytes behind a member of unknown size",
+         ZipBytes({{"x", "x", {}, 0100644, 0, 8}}, {"", "hidden", "", ""}), "bytes between"},
+        {"members over each other", changed(twice, twice.size() - 34, 0), "overlap"},
+        {"damaged directory", changed(good, good.find("PK\1\2") + 3, 3), "damaged central"},
+        {"comment", ZipBytes({kGood}, {"", "", "comment", ""}), "no zip archive"},
+        {"bytes behind", ZipBytes({kGood}, {"", "", "", "x"}), "bytes behind its end"},
+        {"member not told", ZipBytes({kGood, x}, {"", "", "", "", -1}), "behind the central"},
+        {"member too many told", ZipBytes({kGood}, {"", "", "", "", 1}), "cut short"},
+    };
+    for (const auto& [what, bytes, reason] : rows) {
         SCOPED_TRACE(what);
-        ExpectRefused(bytes);
+        ExpectRefused(bytes, reason);
     }
 }
 
@@ -128,6 +146,8 @@ TEST(Archive, Limits) {
     EXPECT_EQ(ReadArchiveMember(file, "b/c/d", 5), "67890");
     EXPECT_EQ(ReadArchiveMember(file, "b/c/d", 4), std::nullopt);
     EXPECT_EQ(ReadArchiveMember(file, "b/c", 5), std::nullopt);
+    ASSERT_EQ(mkfifo((file + ".pipe").c_str(), 0600), 0);
+    EXPECT_EQ(InspectArchive(file + ".pipe").refusal, "is no file");
 }
 
 TEST(Archive, EveryTruncationIsRefusedAndNoDamagedByteChangesNames) {

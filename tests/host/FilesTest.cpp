@@ -19,9 +19,13 @@ TEST(Files, CreateFolder) {
     const std::string folder = NewFolder();
     WriteText(folder + "/file", "");
     std::filesystem::create_symlink(folder, folder + "/link");
-    const std::pair<std::string, bool> rows[] = {
-        {folder + "/a/b/c/", true},  {folder + "/a", true},     {folder + "/file", false},
-        {folder + "/file/x", false}, {folder + "/link", false}, {"", false}};
+    const std::pair<std::string, bool> rows[] = {{folder + "/a/b/c/", true},
+                                                 {folder + "/a", true},
+                                                 {folder + "/file", false},
+                                                 {folder + "/file/x", false},
+                                                 {folder + "/link", false},
+                                                 {folder + "/link/", false},
+                                                 {"", false}};
     for (const auto& [path, created] : rows) {
         EXPECT_EQ(CFileUtility::CreateFolder(path), created) << path;
     }
@@ -44,15 +48,17 @@ TEST(Files, SearchFile) {
     EXPECT_TRUE(CFileUtility::SearchFile(folder, "*.all", &found, false));
     EXPECT_EQ(found, Names{});
     EXPECT_FALSE(CFileUtility::SearchFile(folder + "/missing", "*", &found, false));
+    EXPECT_TRUE(CFileUtility::IsFileExist(folder + "/a.grp"));
+    EXPECT_FALSE(CFileUtility::IsFileExist(folder + "/sub.grp")) << "a folder";
 }
 
 TEST(Files, Deleting) {
     const std::string folder = NewFolder();
-    for (const char* name : {"/a.txt", "/b.txt", "/c.txt.bak", "/txt"}) {
+    for (const char* name : {"/a.txt", "/b.txt", "/c.txt.bak", "/txt", "/atxt"}) {
         WriteText(folder + name, "");
     }
     EXPECT_TRUE(CFileUtility::DeleteAllFileByExtendName(folder, "txt"));
-    EXPECT_EQ(EntriesOf(folder), (std::vector<std::string>{"c.txt.bak", "txt"}));
+    EXPECT_EQ(EntriesOf(folder), (std::vector<std::string>{"atxt", "c.txt.bak", "txt"}));
     EXPECT_TRUE(CCommon_Information::RetryDeleteFile(folder + "/txt"));
     EXPECT_TRUE(CCommon_Information::RetryDeleteFile(folder + "/txt")) << "gone already";
     EXPECT_FALSE(CCommon_Information::RetryDeleteFile(folder)) << "a folder";

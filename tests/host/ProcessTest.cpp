@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <climits>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,6 +16,8 @@
 #include <tuple>
 
 #include "host/CCommon_Information.h"
+#include "host/ComLib/Pauses.h"
+#include "host/Sleep.h"
 #include "tests/host/HostFixture.h"
 
 namespace {
@@ -73,6 +77,8 @@ TEST(Process, ResultsAndOutput) {
         {"pwd >&2", 0, ""},
         {"kill -9 $$", 137, ""},
         {"cat; echo end of input", 0, "end of input\n"}};
+    WriteText(folder + "/typed", "typed");
+    ASSERT_NE(std::freopen((folder + "/typed").c_str(), "r", stdin), nullptr);
     for (const auto& [command, expected, text] : rows) {
         SCOPED_TRACE(command);
         WriteText(output, "older and longer than all of them");
@@ -165,6 +171,28 @@ TEST(Process, KeepsTheStatusWhateverTheProgramDoesWithChildSignals) {
         sigaction(SIGCHLD, nullptr, &after);
         EXPECT_EQ(after.sa_handler, handler);
     }
+}
+
+TEST(Process, PausesLastUntilTheirEndIsAskedFor) {
+    using Clock = std::chrono::steady_clock;
+    const auto lasts = [](int milliseconds) {
+        const auto begun = Clock::now();
+        Sleep(static_cast<unsigned long>(milliseconds));
+        return Clock::now() - begun >= std::chrono::milliseconds(milliseconds);
+    };
+    const SignalSetting setting(SIGALRM, TakeAnyChild);
+    const itimerval soon = {{0, 0}, {0, 5000}};  // interrupts the pause, which lasts all the same
+    setitimer(ITIMER_REAL, &soon, nullptr);
+    EXPECT_TRUE(lasts(30));
+    EXPECT_TRUE(lasts(1010));
+    const pid_t child = fork();
+    if (child == 0) {
+        EndPauses();
+        _exit(lasts(100000) ? 1 : 0);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 TEST(Process, ErrorLinesGoToTheTraceAndEndlessOutputFillsNeitherDiskNorTrace) {

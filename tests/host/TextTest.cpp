@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <climits>
 #include <map>
@@ -36,7 +37,7 @@ TEST(Strings, SplitReplaceTrimAndCase) {
     EXPECT_EQ(out, "a b");
     CStringUtil::strTrimAll(" \t", out);
     EXPECT_EQ(out, "");
-    EXPECT_EQ(CStringUtil::StringToUpperCase("aZ-\xe4"), "AZ-\xe4");
+    EXPECT_EQ(CStringUtil::StringToUpperCase("azZ-\xe4"), "AZZ-\xe4");
 }
 
 TEST(Strings, NumbersAndVersionsWholeOrNotAtAll) {
@@ -89,15 +90,16 @@ TEST(Ini, Values) {
     WriteText(file,
               "before = none\r\n; key = comment\n[Suport Device]\r\nNum = 12 \r\n  Indented = x\n"
               "Num = second\nno value\nBad = 12a\nBig = 99999999999\nLong = " +
-                  longValue + "\n" + longName +
-                  "2 = long name\n[other]\nNum=-3\nEmpty=\nlast = end");
+                  longValue + "\n" + longName + std::string(" = long name\nCut\0x = cut", 23) +
+                  "\n[other]\nNum=-3\nEmpty=\nlast = end");
     const std::tuple<const char*, const char*, std::string, int> rows[] = {
         {"SUPORT DEVICE", "num", "12", 12},
         {"Suport Device", "Indented", "x", 0},
         {"Suport Device", "Bad", "12a", 0},
         {"Suport Device", "Big", "99999999999", 0},
         {"Suport Device", "Long", longValue, 0},
-        {"Suport Device", longName.c_str(), "none there", -7},
+        {"Suport Device", longName.c_str() + 11, "none there", -7},
+        {"Suport Device", "Cut", "none there", -7},
         {"Suport Device", "Empty", "none there", -7},
         {"other", "Num", "-3", -3},
         {"other", "Empty", "", 0},
@@ -119,7 +121,7 @@ TEST(Ini, Values) {
 TEST(Ini, BuffersAndFiles) {
     const std::string folder = NewFolder();
     WriteText(folder + "/a.ini", "[s]\nk=abcdef\n");
-    WriteText(folder + "/huge.ini", "[s]\nk=v\n" + std::string(2 << 20, ';'));
+    WriteText(folder + "/huge.ini", "[s]\nk=v\n" + std::string(1 << 20, ';'));
     char buffer[8] = "-------";
     const auto read = [&](const char* fallback, unsigned size, const std::string& file) {
         return GetPrivateProfileStringA("s", "k", fallback, buffer, size, file.c_str());
@@ -128,7 +130,8 @@ TEST(Ini, BuffersAndFiles) {
     EXPECT_STREQ(buffer, "abc");
     EXPECT_STREQ(buffer + 4, "---") << "nothing is written behind the buffer's size";
     EXPECT_EQ(read("", 0, folder + "/a.ini"), 0U);
-    for (const char* file : {"/missing.ini", "/huge.ini", ""}) {
+    ASSERT_EQ(mkfifo((folder + "/pipe.ini").c_str(), 0600), 0);
+    for (const char* file : {"/missing.ini", "/huge.ini", "/pipe.ini", ""}) {
         EXPECT_EQ(read("fall", sizeof buffer, folder + file), 4U) << file;
     }
     EXPECT_EQ(read(nullptr, sizeof buffer, folder), 0U);
