@@ -26,9 +26,9 @@ struct ArchiveListing {
 };
 
 /// Reads the whole archive, checks of every member included, and writes nothing. Refused are: what
-/// is no zip archive, damaged or encrypted members, absolute names, "..", links and devices, names
-/// outside [A-Za-z0-9._+-] and "/", names that differ in case alone or not at all, and archives
-/// over their limits.
+/// is no zip archive or an empty one, damaged or encrypted members, absolute names, "..", links and
+/// devices, set-user-id and set-group-id files, names outside [A-Za-z0-9._+-] and "/", names that
+/// differ in case alone or not at all, and archives over their limits.
 [[nodiscard]] ArchiveListing InspectArchive(const std::string& archive,
                                             const ArchiveLimits& limits = {});
 

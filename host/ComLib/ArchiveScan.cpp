@@ -17,35 +17,48 @@
 
 namespace {
 
+bool IsFolder(const std::string& name) {
+    return !name.empty() && name.back() == '/';
+}
+
 std::string WithoutFinalSlash(std::string name) {
-    if (!name.empty() && name.back() == '/') {
+    if (IsFolder(name)) {
         name.pop_back();
     }
     return name;
+}
+
+/// Before any of them is read: a reader may make other names of those that are refused.
+std::string RefusalOfNames(const std::vector<std::string>& listed, unsigned deepest) {
+    MemberNames names(deepest);
+    for (const std::string& name : listed) {
+        const std::string refusal = names.Add(WithoutFinalSlash(name), IsFolder(name));
+        if (!refusal.empty()) {
+            return VisibleText(name) + ": " + refusal;
+        }
+    }
+    return "";
 }
 
 class Scanner {
 public:
     Scanner(ArchiveReader& reader, const ArchiveLimits& limits, std::uint64_t fileSize,
             MemberSink& sink)
-        : reader(reader), limits(limits), fileSize(fileSize), sink(sink), names(limits.depth) {}
+        : reader(reader), limits(limits), fileSize(fileSize), sink(sink) {}
 
-    /// `listed`: the names in the archive's own tables.
-    std::string Run(const std::vector<std::string>& listed) {
-        const std::multiset<std::string> expected(listed.begin(), listed.end());
-        std::size_t members = 0;
+    /// `listed`: the names in the archive's own tables, each of which must come once.
+    std::string Run(std::set<std::string> listed) {
         ArchiveReader::Entry entry;
         for (;;) {
             const auto step = reader.Next(entry);
             if (step == ArchiveReader::Step::End) {
-                return members == listed.size() ? "" : "members are missing";
+                return listed.empty() ? "" : "members are missing";
             }
             if (step == ArchiveReader::Step::Damaged) {
                 return reader.Error();
             }
-            ++members;
             std::string refusal =
-                expected.count(entry.name) == 0 ? "not in the central directory" : Take(entry);
+                listed.erase(entry.name) == 0 ? "not in the central directory" : Take(entry);
             if (!refusal.empty()) {
                 return VisibleText(entry.name) + ": " + refusal;
             }
@@ -55,13 +68,10 @@ public:
 private:
     std::string Take(const ArchiveReader::Entry& entry) {
         ArchiveMember member{WithoutFinalSlash(entry.name), 0, entry.folder};
-        if (!entry.plain) {
+        if (!entry.plain || entry.folder != IsFolder(entry.name)) {
             return "link, device or encrypted";
         }
-        std::string refusal = names.Add(member.name, member.folder);
-        if (refusal.empty()) {
-            refusal = sink.Begin(member);
-        }
+        std::string refusal = sink.Begin(member);
         if (refusal.empty()) {
             refusal = TakeData(member);
         }
@@ -100,7 +110,6 @@ private:
     const ArchiveLimits& limits;
     std::uint64_t fileSize;
     MemberSink& sink;
-    MemberNames names;
     std::uint64_t total = 0;
     std::array<char, 65536> buffer = {};
 };
@@ -123,12 +132,15 @@ std::string ArchiveFile::Open(const std::string& file) {
 std::string ArchiveFile::Scan(const ArchiveLimits& limits, MemberSink& sink) {
     const auto size = static_cast<std::uint64_t>(opened.size);
     const ZipStructure structure = ReadZipStructure(descriptor.Get(), size, limits.members);
-    if (!structure.refusal.empty()) {
-        return structure.refusal;
+    std::string refusal = structure.refusal.empty() ? RefusalOfNames(structure.names, limits.depth)
+                                                    : structure.refusal;
+    if (!refusal.empty()) {
+        return refusal;
     }
     std::string reason;
     const auto reader = OpenArchiveReader(descriptor.Get(), &reason);
-    return reader ? Scanner(*reader, limits, size, sink).Run(structure.names) : reason;
+    const std::set<std::string> names(structure.names.begin(), structure.names.end());
+    return reader ? Scanner(*reader, limits, size, sink).Run(names) : reason;
 }
 
 bool ArchiveFile::ReadStamp(Stamp& stamp) const {

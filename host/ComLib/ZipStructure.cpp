@@ -71,6 +71,7 @@ private:
 
 struct Member {
     std::string name;
+    unsigned mode = 0;  ///< of Unix
     unsigned flags = 0;
     unsigned method = 0;
     std::uint64_t packed = 0;
@@ -84,23 +85,28 @@ struct Directory {
     std::uint64_t size = 0;
 };
 
+/// Why a file without an end record is none.
+const char* RefusalWithoutEnd(int descriptor) {
+    return Bytes(descriptor, 0, kEndSize).Long(0) == kLocalSignature
+               ? "truncated, or bytes behind its end"
+               : "no zip archive";
+}
+
 Directory ReadEnd(int descriptor, std::uint64_t fileSize) {
     Require(fileSize >= kEndSize, "no zip archive");
     const Bytes end(descriptor, fileSize - kEndSize, kEndSize);
-    Require(end.Long(0) == kEndSignature, "no zip archive, truncated, or bytes behind its end");
+    if (end.Long(0) != kEndSignature) {
+        throw Refusal(RefusalWithoutEnd(descriptor));
+    }
     Require(end.Short(20) == 0, "archive comment");
     Require(end.Short(4) == 0 && end.Short(6) == 0 && end.Short(8) == end.Short(10),
             "archive in several parts");
     const Directory directory{end.Short(10), end.Long(16), end.Long(12)};
+    Require(directory.members > 0, "holds nothing");
     Require(directory.offset + directory.size + kEndSize == fileSize,
             "central directory is not where the end record tells, or 64-bit extensions");
     Require(directory.size <= kLongestDirectory, "central directory is too long");
     return directory;
-}
-
-void CheckType(std::uint32_t externalAttributes) {
-    const auto type = (externalAttributes >> 16) & S_IFMT;
-    Require(type == 0 || type == S_IFREG || type == S_IFDIR, "link or device");
 }
 
 /// Takes the record at `at` and moves on to the next.
@@ -112,17 +118,29 @@ Member ReadCentral(const Bytes& directory, std::size_t& at) {
     member.packed = directory.Long(at + 20);
     const std::size_t nameSize = directory.Short(at + 28);
     const std::size_t others = directory.Short(at + 30) + directory.Short(at + 32);
+    member.mode = directory.Short(at + 40);
     member.begin = directory.Long(at + 42);
     Require(directory.Short(at + 34) == 0, "archive in several parts");
     Require(nameSize > 0 && nameSize <= kLongestName, "member name is empty or too long");
-    CheckType(directory.Long(at + 38));
     member.name = directory.Text(at + kCentralSize, nameSize);
-    // A deflated nothing takes two bytes.
-    const std::uint64_t nothing = member.method == kDeflated ? 2 : 0;
-    Require(member.name.back() != '/' || member.packed <= nothing, "folder with content");
     directory.Text(at + kCentralSize + nameSize, others);
     at += kCentralSize + nameSize + others;
     return member;
+}
+
+/// Folders may pass their group on to what is made in them, as those of shared disks do; no mode is
+/// taken over in any case.
+void CheckKind(const Member& member) {
+    const auto type = member.mode & S_IFMT;
+    Require(type == 0 || type == S_IFREG || type == S_IFDIR, "link or device");
+    const bool folder = member.name.back() == '/';
+    Require(folder || type != S_IFDIR, "folder without a \"/\" behind its name");
+    Require(folder || (member.mode & (S_ISUID | S_ISGID)) == 0, "set-user-id or set-group-id bit");
+    // A deflated nothing takes two bytes.
+    const std::uint64_t nothing = member.method == kDeflated ? 2 : 0;
+    Require(!folder || member.packed <= nothing, "folder with content");
+    // An extension could tell other sizes than these.
+    Require(member.packed != 0xffffffff, "64-bit extensions");
 }
 
 void CheckLocal(int descriptor, Member& member, std::uint64_t dataEnd) {
@@ -137,8 +155,6 @@ void CheckLocal(int descriptor, Member& member, std::uint64_t dataEnd) {
     Require(((member.flags | header.Short(6)) & kEncrypted) == 0, "encrypted");
     Require(member.method == header.Short(8), "member has two packing methods");
     Require(member.method == kStored || member.method == kDeflated, "unknown packing method");
-    // An extension could tell other sizes than these.
-    Require(member.packed != 0xffffffff, "64-bit extensions");
 }
 
 /// A data descriptor has three or four numbers, two of which may be of 64 bits.
@@ -150,8 +166,7 @@ bool IsGapOf(const Member& member, std::uint64_t gap) {
 void CheckOrder(std::vector<Member> members, std::uint64_t dataEnd) {
     std::sort(members.begin(), members.end(),
               [](const Member& a, const Member& b) { return a.begin < b.begin; });
-    Require(dataEnd == 0 || (!members.empty() && members.front().begin == 0),
-            "bytes in front of the first member");
+    Require(members.front().begin == 0, "bytes in front of the first member");
     for (std::size_t i = 0; i < members.size(); ++i) {
         const std::uint64_t next = i + 1 < members.size() ? members[i + 1].begin : dataEnd;
         Require(members[i].end <= next, "members overlap");
@@ -181,6 +196,7 @@ ZipStructure ReadZipStructure(int descriptor, std::uint64_t fileSize, std::uint6
         std::vector<Member> members = ReadMembers(descriptor, directory);
         for (Member& member : members) {
             at = VisibleText(member.name) + ": ";
+            CheckKind(member);
             CheckLocal(descriptor, member, directory.offset);
             structure.names.push_back(member.name);
         }

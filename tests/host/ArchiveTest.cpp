@@ -16,7 +16,7 @@ namespace {
 using Names = std::vector<std::string>;
 
 const std::vector<ZipMember> kSound = {
-    {"firm/", "", {}, 040755}, {"firm/a.grp", "image", {}, 0104755}, {"message.txt", "text", {}}};
+    {"firm/", "", {}, 042777}, {"firm/a.grp", "image", {}, 0100777}, {"message.txt", "text", {}}};
 
 /// Unpacks `folder`/sample.zip into `target`.
 bool Unpack(const std::string& folder, const std::string& target, const Names& files = {},
@@ -64,8 +64,10 @@ TEST(Archive, UnpacksAllOrWhatIsNamed) {
         EXPECT_EQ(detail.empty(), !after.empty());
     }
     EXPECT_EQ(ReadText(folder + "/in/firm/a.grp"), "image");
-    const auto status = std::filesystem::status(folder + "/in/firm/a.grp");
-    EXPECT_EQ(static_cast<unsigned>(status.permissions()), 0600U) << "not those of the archive";
+    for (const auto& [name, mode] : {std::pair("/in/firm", 0700), {"/in/firm/a.grp", 0600}}) {
+        const auto status = std::filesystem::status(folder + name);
+        EXPECT_EQ(static_cast<int>(status.permissions()), mode) << "not that of the archive";
+    }
     EXPECT_TRUE(CUnzip_Utility::UpdateModuleUnzip(folder + "/sample.zip", nullptr, folder, nullptr,
                                                   "test"));
 }
@@ -96,6 +98,7 @@ TEST(Archive, HostileArchivesAreRefusedBeforeAnythingIsWritten) {
     const std::tuple<const char*, std::string, const char*> rows[] = {
         {"no archive", "#!/bin/sh\n", "no zip archive"},
         {"empty file", "", "no zip archive"},
+        {"empty archive", ZipBytes({}), "holds nothing"},
         {"folder over a file", with({"good.txt/", "", {}, 040755}), "of a file and of a folder"},
         {"same folder twice", ZipBytes({{"a/", "", {}, 040755}, {"a/", "", {}, 040755}}),
          "same name twice"},
@@ -103,6 +106,10 @@ TEST(Archive, HostileArchivesAreRefusedBeforeAnythingIsWritten) {
         {"symbolic link", with({"link", "/etc/passwd", {}, 0120777}), "link or device"},
         {"device", with({"disk", "", {}, 060600}), "link or device"},
         {"pipe", with({"pipe", "", {}, 010600}), "link or device"},
+        {"set-user-id", with({"x", "x", {}, 0104755}), "x: set-user-id"},
+        {"set-group-id", with({"x", "x", {}, 0002755}), "x: set-user-id"},
+        {"folder by its mode alone", with({"x", "", {}, 040755}), "x: folder without"},
+        {"reader makes another name", with({"..\\x", "x", {}}), "..\\x: characters"},
         {"folder with content", with({"dir/", "x", {}, 040755}), "folder with content"},
         {"encrypted", with({"x", "x", {}, 0100644, 0, 1}), "encrypted"},
         {"encrypted for one of two readers", changed(good, 6, 1), "encrypted"},
@@ -120,7 +127,7 @@ TEST(Archive, HostileArchivesAreRefusedBeforeAnythingIsWritten) {
          ZipBytes({{"x", "x", {}, 0100644, 0, 8}}, {"", "hidden", "", ""}), "bytes between"},
         {"members over each other", changed(twice, twice.size() - 34, 0), "overlap"},
         {"damaged directory", changed(good, good.find("PK\1\2") + 3, 3), "damaged central"},
-        {"comment", ZipBytes({kGood}, {"", "", "comment", ""}), "no zip archive"},
+        {"comment", ZipBytes({kGood}, {"", "", "comment", ""}), "bytes behind its end"},
         {"bytes behind", ZipBytes({kGood}, {"", "", "", "x"}), "bytes behind its end"},
         {"member not told", ZipBytes({kGood, x}, {"", "", "", "", -1}), "behind the central"},
         {"member too many told", ZipBytes({kGood}, {"", "", "", "", 1}), "cut short"},
