@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,5 +25,6 @@ private:
 
     std::string name;
     std::vector<std::pair<std::string, std::string>> attributes;
-    std::vector<CQdmXmlNode> children;
+    // A child never changes, so copies of a node share theirs.
+    std::vector<std::shared_ptr<const CQdmXmlNode>> children;
 };

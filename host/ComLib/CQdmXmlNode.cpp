@@ -17,9 +17,7 @@ void CQdmXmlNode::addAttribute(std::string name, std::string value) {
 }
 
 void CQdmXmlNode::addChildNode(const CQdmXmlNode& child) {
-    // A copy first: `child` may be this node.
-    CQdmXmlNode copy(child);
-    children.push_back(std::move(copy));
+    children.push_back(std::make_shared<const CQdmXmlNode>(child));
 }
 
 void CQdmXmlNode::clearAttribute() {

@@ -30,8 +30,8 @@ bool CQdmXmlWrite::writeXML(std::string path, CQdmXmlNode root) {
     while (!open.empty()) {
         const auto [node, element] = open.back();
         open.pop_back();
-        for (const CQdmXmlNode& child : node->children) {
-            append(element, child);
+        for (const auto& child : node->children) {
+            append(element, *child);
         }
     }
     std::ostringstream text;
