@@ -17,6 +17,8 @@ struct Step {
     unsigned deadlineMs = 0;  ///< a reading step that takes longer is ended; 0: no limit
 };
 
+/// Between worker and front process, many times in a run: numbers and marks in a first line, then
+/// phase and device, which may hold any characters.
 [[nodiscard]] std::string ToText(const Step& step);
 [[nodiscard]] std::optional<Step> StepFromText(const std::string& text);
 

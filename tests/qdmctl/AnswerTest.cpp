@@ -171,13 +171,22 @@ TEST(AnswerFromJson, RefusesNumbersThatDoNotFitTheirPlace) {
                       .has_value(),
                   isExitCode)
             << text;
-        EXPECT_EQ(
-            StepFromText("{\"total\": 1, \"phase\": \"\", \"device\": \"\", \"changing\": true, "
-                         "\"announce\": true, \"guarded\": true, \"deadlineMs\": 0, \"number\": " +
-                         text + "}")
-                .has_value(),
-            isStepNumber)
-            << text;
+        EXPECT_EQ(StepFromText(text + " 1 1 1 1 0 0\n").has_value(), isStepNumber) << text;
+    }
+}
+
+TEST(Step, ArrivesAsItWasSent) {
+    const Step sent{3, 24, "firm: \n7 ", "0000:03:00.0", true, false, true, 60000};
+    const std::string text = ToText(sent);
+    const auto step = StepFromText(text);
+    ASSERT_TRUE(step);
+    EXPECT_EQ(ToText(*step), text);
+    EXPECT_EQ(std::tie(step->number, step->phase, step->device, step->changing, step->announce,
+                       step->guarded, step->deadlineMs),
+              std::tie(sent.number, sent.phase, sent.device, sent.changing, sent.announce,
+                       sent.guarded, sent.deadlineMs));
+    for (const char* cut : {"", "1 2 1 0 1 5", "1 2 1 0 1 5 3\nab", "1 2 2 0 1 5 0\n"}) {
+        EXPECT_FALSE(StepFromText(cut)) << cut;
     }
 }
 
