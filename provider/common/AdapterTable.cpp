@@ -50,6 +50,12 @@ bool AdapterTable::Has(std::size_t index) {
     return index < columns[Address].reach;
 }
 
+void AdapterTable::ReadAll() {
+    while (ReadOn()) {
+    }
+    file.Close();
+}
+
 bool AdapterTable::ReadOn() {
     if (!file.SkipTo(initials)) {
         return false;

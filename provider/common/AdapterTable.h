@@ -37,6 +37,12 @@ public:
 
     Record At(std::size_t index) const;
 
+    /// Reads all that there is and closes the file.
+    void ReadAll();
+
+    /// Of the file, while it is open.
+    std::optional<FileStamp> Stamp() const { return file.Stamp(); }
+
     /// One value of a record, with a NUL behind it; empty where the record lacks it.
     std::string_view Value(std::size_t index, Name name) const;
 

@@ -2,15 +2,15 @@
 #include "host/CFileUtility.h"
 #include "host/CStringUtil.h"
 #include "host/PrivateProfile.h"
-#include "provider/common/AdapterTable.h"
+#include "provider/common/AdapterListing.h"
 #include "provider/common/CEmulexCommon.h"
 #include "provider/common/ErrorCode.h"
-#include "provider/common/TextFile.h"
 #include "provider/common/Trace.h"
 #include "provider/common/TraceScope.h"
 #include "provider/common/WorkArea.h"
 
 #include <algorithm>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -34,14 +34,6 @@ constexpr int mostEntries = 0xffff;
 
 constexpr std::size_t vendorPrefixLength = 4;  // "VEN_"
 constexpr std::size_t devicePartLength = 7;    // "DEV_" and all digits but the last
-
-constexpr std::size_t valueColumn = 17;
-
-// A letter of the key "PCI Bus Number" that hardly any other line holds.
-constexpr std::string_view rareInBusKey = "B";
-
-constexpr int functionsPerDevice = 2;
-constexpr int pciFunctionsPerDevice = 8;
 
 // Supported-device lists.
 
@@ -104,62 +96,23 @@ void AppendCnaIds(std::list<std::string>& ids) {
 
 // Adapter list.
 
-std::optional<AdapterTable> ReadAdapters() {
-    std::optional<AdapterTable> adapters(std::in_place, WorkArea::AdapterList());
-    if (!*adapters) {
-        adapters.reset();
-    } else if (!adapters->Has(0)) {
-        CEmulexCommon::SetLastError(ErrorCode::NoAdapter);
-        adapters.reset();
-    }
-    return adapters;
-}
-
 // What the list operation does, for callers that need no record of their own.
-std::optional<AdapterTable> ListAdapters(bool asked) {
+std::shared_ptr<AdapterListing> ListAdapters(bool asked) {
     TraceScope trace("CEmulexCommon::GetHBAInfoList");
     trace.SetExit("CEmulexCommon::GetHBAInfoList(NG) [END]");
     if (!asked) {
         CEmulexCommon::SetLastError(ErrorCode::NullArgument);
-        return std::nullopt;
+        return nullptr;
     }
-    std::optional<AdapterTable> adapters = ReadAdapters();
-    if (adapters) {
+    std::shared_ptr<AdapterListing> listing = AdapterListing::Read(WorkArea::AdapterList());
+    if (listing && !listing->table.Has(0)) {
+        CEmulexCommon::SetLastError(ErrorCode::NoAdapter);
+        listing.reset();
+    }
+    if (listing) {
         trace.SetExit("CEmulexCommon::GetHBAInfoList(OK) [END]");
     }
-    return adapters;
-}
-
-// The number in at most `width` characters at the value column; nothing where there is none.
-std::optional<long> NumberInColumn(std::string_view line, std::size_t width) {
-    std::string digits(line.substr(std::min(valueColumn, line.size()), width));
-    CStringUtil::strTrimAll(digits, digits);
-    if (!CStringUtil::IsDigitString(digits)) {
-        return std::nullopt;
-    }
-    return CStringUtil::TStringToNumber(digits);
-}
-
-// How many function numbers the adapter list gives each device: it shows a number of 8 or more on
-// this bus only when it counts as PCI does.
-int FunctionMultiplier(TextFile& file, int bus) {
-    while (file.SkipTo(rareInBusKey)) {
-        auto line = file.Next();
-        if (!line || line->find(AdapterTable::BusKey) == std::string_view::npos) {
-            continue;
-        }
-        CTraceUtility::WriteDebug(Trace::File, Trace::Info, "[%s] is found",
-                                  AdapterTable::BusKey.c_str());
-        // Relied on: a bus of two digits is never found.
-        if (NumberInColumn(*line, 1) != bus || !(line = file.Next())) {
-            continue;
-        }
-        if (line->find(AdapterTable::FunctionKey) != std::string_view::npos &&
-            NumberInColumn(*line, 2).value_or(0) >= pciFunctionsPerDevice) {
-            return pciFunctionsPerDevice;
-        }
-    }
-    return functionsPerDevice;
+    return listing;
 }
 
 // For a trace: a text that ends where the view does.
@@ -192,16 +145,15 @@ std::optional<Location> Locate(const std::string& deviceId) {
     return at;
 }
 
-bool FindAdapter(AdapterTable& adapters, const Location& location, Adapter& adapter) {
-    TextFile file(WorkArea::AdapterList());
-    if (!file) {
+bool FindAdapter(AdapterListing& listing, const Location& location, Adapter& adapter) {
+    const std::optional<int> perDevice = listing.FunctionsPerDevice(location.bus);
+    if (!perDevice) {
         return false;
     }
-    const long number =
-        static_cast<long>(FunctionMultiplier(file, location.bus)) * location.device +
-        location.function;
+    const long number = static_cast<long>(*perDevice) * location.device + location.function;
     const std::string bus = CStringUtil::NumberToTString(location.bus);
     const std::string function = CStringUtil::NumberToTString(number);
+    AdapterTable& adapters = listing.table;
     for (std::size_t index = 0; adapters.Has(index); ++index) {
         if (IsAt(adapters, index, bus, function)) {
             adapter = adapters.At(index);
@@ -248,15 +200,15 @@ bool CEmulexCommon::GetVenderIdList(std::list<std::string>* ids) {
 }
 
 bool CEmulexCommon::GetHBAInfoList(std::list<std::map<std::string, std::string>>* adapters) {
-    std::optional<AdapterTable> table = ListAdapters(adapters != nullptr);
+    const std::shared_ptr<AdapterListing> listing = ListAdapters(adapters != nullptr);
     if (adapters == nullptr) {
         return false;
     }
     adapters->clear();
-    for (std::size_t index = 0; table && table->Has(index); ++index) {
-        adapters->push_back(table->At(index));
+    for (std::size_t index = 0; listing && listing->table.Has(index); ++index) {
+        adapters->push_back(listing->table.At(index));
     }
-    return table.has_value();
+    return listing != nullptr;
 }
 
 bool CEmulexCommon::GetHBAInfo(std::string deviceId, std::map<std::string, std::string>* adapter) {
@@ -267,8 +219,8 @@ bool CEmulexCommon::GetHBAInfo(std::string deviceId, std::map<std::string, std::
         return false;
     }
     adapter->clear();
-    std::optional<AdapterTable> adapters = ListAdapters(true);
-    if (!adapters) {
+    const std::shared_ptr<AdapterListing> listing = ListAdapters(true);
+    if (!listing) {
         trace.SetExit("CEmulexCommon::GetHBAInfo() GetHBAInfoList result error [END]");
         return false;
     }
@@ -278,7 +230,7 @@ bool CEmulexCommon::GetHBAInfo(std::string deviceId, std::map<std::string, std::
             "CEmulexCommon::GetHBAInfo() CCommon_Information::GetPCIInfo result error [END]");
         return false;
     }
-    const bool found = FindAdapter(*adapters, *location, *adapter);
+    const bool found = FindAdapter(*listing, *location, *adapter);
     trace.SetExit(found ? "CEmulexCommon::GetHBAInfo(OK) [END]"
                         : "CEmulexCommon::GetHBAInfo(NG) [END]");
     return found;

@@ -114,6 +114,12 @@ std::size_t TextFile::PieceStart(std::size_t at) const {
     return base + (at - base) / longestPiece * longestPiece;
 }
 
+std::optional<FileStamp> TextFile::Stamp() const {
+    struct stat status = {};
+    return ::fstat(::fileno(file.get()), &status) == 0 ? std::optional<FileStamp>(status)
+                                                       : std::nullopt;
+}
+
 bool TextFile::ReadLine(std::string& line) {
     line.clear();
     std::optional<std::string_view> piece;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "provider/common/FileStamp.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdio>
@@ -31,8 +33,13 @@ public:
     /// The next line as a whole.
     bool ReadLine(std::string& line);
 
+    /// Of an open file; nothing where the system tells none.
+    std::optional<FileStamp> Stamp() const;
+
+    void Close() { file.reset(); }
+
 private:
-    struct Close {
+    struct Closer {
         void operator()(FILE* open) const { std::fclose(open); }
     };
 
@@ -41,7 +48,7 @@ private:
     std::size_t FirstOf(std::string_view initials);
     std::size_t PieceStart(std::size_t at) const;
 
-    std::unique_ptr<FILE, Close> file;
+    std::unique_ptr<FILE, Closer> file;
     // Of the file: what is read and not taken yet lies from `begin` to `end`.
     std::array<char, 16384> block;
     std::size_t begin = 0;

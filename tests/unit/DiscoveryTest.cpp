@@ -2,7 +2,9 @@
 #include "provider/common/CEmulexCommon.h"
 #include "tests/unit/HostDouble.h"
 
+#include <chrono>
 #include <random>
+#include <thread>
 #include <tuple>
 
 namespace {
@@ -175,6 +177,24 @@ TEST_F(DiscoveryTest, PortOfADevice) {
         EXPECT_EQ(LastError(), found ? 0u : 14u);
         EXPECT_EQ(host.traces.back(),
                   std::string("4 CEmulexCommon::GetHBAInfo(") + (found ? "OK" : "NG") + ") [END]");
+    }
+}
+
+// An unchanged file is not read again; one of the same size that was written at once is.
+TEST_F(DiscoveryTest, LookUpSeesEveryChangeOfTheList) {
+    host.pci["dev"] = {3, 1, 0};
+    for (const std::string wwn : {"a", "b", "c", "d"}) {
+        WriteListing(Port(wwn, "3", wwn == "c" ? "8" : "2"));
+        Lines first;
+        for (const int pause : {0, 30, 0}) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(pause));
+            host.traces.clear();
+            Adapter adapter;
+            EXPECT_TRUE(C::GetHBAInfo("dev", &adapter));
+            EXPECT_EQ(adapter["Port WWN"], wwn);
+            first = first.empty() ? host.Details() : first;
+            EXPECT_EQ(host.Details(), first);
+        }
     }
 }
 
