@@ -64,6 +64,7 @@ TEST(Archive, UnpacksAllOrWhatIsNamed) {
         EXPECT_EQ(detail.empty(), !after.empty());
     }
     EXPECT_EQ(ReadText(folder + "/in/firm/a.grp"), "image");
+    EXPECT_EQ(ReadArchiveMember(folder + "/sample.zip", "firm", 5), std::nullopt);
     for (const auto& [name, mode] : {std::pair("/in/firm", 0700), {"/in/firm/a.grp", 0600}}) {
         const auto status = std::filesystem::status(folder + name);
         EXPECT_EQ(static_cast<int>(status.permissions()), mode) << "not that of the archive";
@@ -128,6 +129,8 @@ TEST(Archive, HostileArchivesAreRefusedBeforeAnythingIsWritten) {
         {"members over each other", changed(twice, twice.size() - 34, 0), "overlap"},
         {"damaged directory", changed(good, good.find("PK\1\2") + 3, 3), "damaged central"},
         {"comment", ZipBytes({kGood}, {"", "", "comment", ""}), "bytes behind its end"},
+        {"comment told of", changed(good, good.size() - 2, 1), "archive comment"},
+        {"member in the directory", changed(good, good.size() - 34, 30), "outside the archive"},
         {"bytes behind", ZipBytes({kGood}, {"", "", "", "x"}), "bytes behind its end"},
         {"member not told", ZipBytes({kGood, x}, {"", "", "", "", -1}), "behind the central"},
         {"member too many told", ZipBytes({kGood}, {"", "", "", "", 1}), "cut short"},

@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
 #include "host/CCommon_Information.h"
 #include "host/CFileUtility.h"
@@ -107,6 +109,23 @@ TEST(Files, LockIsTheHoldersAloneAndEndsWithIt) {
     EXPECT_EQ(errno, ENOTDIR);
 }
 
+TEST(Files, LockIsOnTheFileThatOthersFind) {
+    const std::string file = NewFolder() + "/lock";
+    using Mode = FileLock::Mode;
+    FileLock first, second, third;
+    ASSERT_EQ(first.Lock(file, Mode::Exclusive, 0), FileLock::Result::Locked);
+    std::thread waits(
+        [&] { EXPECT_EQ(second.Lock(file, Mode::Exclusive, 10000), FileLock::Result::Locked); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    ASSERT_EQ(unlink(file.c_str()), 0);
+    WriteText(file, "");
+    first.Unlock();
+    waits.join();
+    EXPECT_EQ(third.Lock(file, Mode::Exclusive, 0), FileLock::Result::Busy);
+    std::filesystem::create_symlink(file, file + ".link");
+    EXPECT_EQ(third.Lock(file + ".link", Mode::Exclusive, 0), FileLock::Result::Failed);
+}
+
 TEST(Files, MutexNames) {
     const std::pair<const char*, int> rows[] = {
         {nullptr, 0}, {"some.name-1", 0}, {"", EINVAL}, {".x", EINVAL}, {"a/b", EINVAL}};
@@ -120,5 +139,6 @@ TEST(Files, MutexNames) {
         EXPECT_FALSE(other.Create(1, name, nullptr) && other.Lock(0)) << "held already";
         EXPECT_EQ(mutex.Unlock(), expected == 0);
         EXPECT_FALSE(mutex.Unlock());
+        EXPECT_FALSE(mutex.Create(1, "a/b", nullptr) || mutex.Lock(0)) << "the name of before";
     }
 }

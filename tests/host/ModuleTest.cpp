@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 #include "host/CDriver.h"
 #include "host/CFirmware.h"
@@ -54,6 +56,18 @@ public:
 
 int Component::destroyed = 0;
 
+/// One of several modules of a kind.
+class Tool : public CUtility {
+public:
+    explicit Tool(const char* name) : CUtility("0000:03:00.0-10df-f100", name) {}
+    std::string GetOperatingVersion() override { return "1.0.0.0"; }
+    int CheckVendorVersion(std::string a, std::string b) override { return b.compare(a); }
+    int UpdateBackup(std::string, bool) override { return ++backups == 1 ? result : 0; }
+
+    int result = 0;
+    int backups = 0;
+};
+
 class Port : public CVendorEx {
 public:
     explicit Port(CFirmware* firmware) : CVendorEx("0000:03:00.0-10df-f100") {
@@ -71,6 +85,9 @@ public:
     void GetShortageOfNecessaryApplicationInfo(std::list<CNecessaryComponentInfo>&) override {}
     int CheckUpdateConditionByDevicevendor(std::string, CManageRepositoryInfo*) override {
         return condition;
+    }
+    Tool* Add(const char* name) {
+        return static_cast<Tool*>(utilityModules.emplace_back(new Tool(name)));
     }
     int condition = 0;
 };
@@ -138,6 +155,7 @@ TEST(Module, UpdateWithoutEffectIsRolledBack) {
     Component component;
     component.InitializeOperatingModuleInfo("1.0.0.0");
     EXPECT_EQ(component.ExecutePreUpdate(false), 1) << "nothing is registered";
+    EXPECT_EQ(component.GetPrevVendorVersion(), "1.0.0.0") << "a cycle that begins here";
     EXPECT_EQ(component.log, "");
     for (const char* effect : {"1.0.0.0", "abnormal"}) {
         component.effect = effect;
@@ -162,8 +180,21 @@ TEST(Module, CycleCutShortIsFoundAgain) {
     ASSERT_EQ(second.LoadRepository(folder), 0);
     EXPECT_EQ(second.GetUpdateModuleInfo().version + second.GetUpdateModuleInfo().archive,
               "2.0.0.0" + folder + "/module.zip");
-    WriteText(folder + "/" + EntriesOf(folder).at(0), "kind=firm\nversion=2.0.0.0\narch");
-    EXPECT_EQ(second.LoadRepository(folder), 1) << "a damaged note";
+    const std::string note = folder + "/" + EntriesOf(folder).at(0), sound = ReadText(note);
+    for (const std::string& text :
+         {sound.substr(0, sound.size() - 5), sound + "x=1\n", "kind:" + sound.substr(5),
+          "kind=driver" + sound.substr(sound.find('\n'))}) {
+        WriteText(note, text);
+        EXPECT_EQ(second.LoadRepository(folder), 1) << text;
+    }
+    WriteText(note + ".away", sound);
+    std::filesystem::remove(note);
+    std::filesystem::create_symlink(note + ".away", note);
+    EXPECT_EQ(second.LoadRepository(folder), 1) << "a link";
+    const std::string other = NewFolder();
+    first.RegistUpdateModule(folder + "/module.zip", "2.0.0.0\narchive=/other.zip");
+    EXPECT_EQ(first.ExecuteUpdateBackup(other, false), 0);
+    EXPECT_TRUE(EntriesOf(other).empty()) << "no note that would be read as another";
 }
 
 TEST(Vendor, DrivesAndOwnsItsModules) {
@@ -184,8 +215,13 @@ TEST(Vendor, DrivesAndOwnsItsModules) {
         port.SetDependencyInfo(needed);
         port.condition = 0;
         EXPECT_EQ(port.CheckUpdateCondition("firm", false, false), 1) << "1.5.0.0 must operate";
+        needed.repository.version.clear();
+        port.SetDependencyInfo(needed);
+        EXPECT_EQ(port.CheckUpdateConditionByModule("firm", component, "2.0.0.0", false, false), 0);
+        EXPECT_EQ(port.CheckUpdateConditionByModule("firm", component, "3.0.0.0", false, false), 1);
         EXPECT_EQ(port.ExecuteUpdateBackup("firm", "", false), 0);
         EXPECT_EQ(port.ExecutePreUpdate("firm", false), 0);
+        EXPECT_FALSE(port.IsUpdateFailure());
         component->failing = "update";
         EXPECT_EQ(port.ExecuteUpdate("firm", false), 1);
         EXPECT_TRUE(port.IsUpdateFailure());
@@ -197,4 +233,28 @@ TEST(Vendor, DrivesAndOwnsItsModules) {
         EXPECT_EQ(Component::destroyed, 0);
     }
     EXPECT_EQ(Component::destroyed, 1);
+}
+
+TEST(Vendor, AsksTheModulesThatAreMeantAndAllOfThem) {
+    CManageModuleInfo update;
+    update.moduleKind = "util";
+    update.repository.version = "2.0.0.0";
+    update.repository.archive = NewFolder() + "/module.zip";
+    WriteText(update.repository.archive, "zip");
+    Port port(new Component);
+    Tool *one = port.Add("one"), *two = port.Add("two");
+    one->result = 1;
+    EXPECT_EQ(port.ExecuteUpdateBackup("util", "", false), 1);
+    EXPECT_EQ(two->backups, 1) << "behind one that has failed";
+    one->SetDependencyInfo(update.repository);  // which does not operate
+    CManageRepositoryInfo operates = update.repository;
+    operates.version = "1.0.0.0";
+    two->SetDependencyInfo(operates);
+    for (const auto& [name, refused] : {std::pair("one", 1), {"two", 0}, {"", 1}, {"three", 1}}) {
+        update.moduleName = name;
+        EXPECT_EQ(port.CheckUpdateModuleRegistration(update), refused) << name;
+    }
+    update.moduleName = "two";
+    update.repository.archive += ".missing";
+    EXPECT_EQ(port.CheckUpdateModuleRegistration(update), 1);
 }

@@ -97,13 +97,14 @@ TEST(Process, NotStarted) {
     const std::string command = "touch " + marker;
     WriteText(folder + "/target", "kept");
     std::filesystem::create_symlink(folder + "/target", folder + "/link");
-    ASSERT_EQ(mkfifo((folder + "/pipe").c_str(), 0600), 0);
+    for (const char* name : {"/pipe", "/read"}) {
+        ASSERT_EQ(mkfifo((folder + name).c_str(), 0600), 0);
+    }
+    const int reader = open((folder + "/read").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     const std::tuple<std::string, std::string, std::string> rows[] = {
-        {command, "", folder + "/missing"},
-        {command, folder + "/missing/out", ""},
-        {command, folder + "/link", ""},
-        {command, folder + "/pipe", ""},
-        {command + std::string("\0x", 2), "", ""}};
+        {command, "", folder + "/missing"}, {command, folder + "/missing/out", ""},
+        {command, folder + "/link", ""},    {command, folder + "/pipe", ""},
+        {command, folder + "/read", ""},    {command + std::string("\0x", 2), "", ""}};
     for (const auto& [line, output, workFolder] : rows) {
         SCOPED_TRACE(output + workFolder);
         Recorder recorder(CTraceUtility::TRACE_DBG_ERROR);
@@ -114,6 +115,7 @@ TEST(Process, NotStarted) {
         EXPECT_EQ(recorder.lines.size(), 1U) << "the reason is traced";
     }
     EXPECT_EQ(ReadText(folder + "/target"), "kept");
+    close(reader);
 }
 
 TEST(Process, TimeOutEndsTheWholeGroup) {

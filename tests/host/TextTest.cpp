@@ -90,8 +90,9 @@ TEST(Ini, Values) {
     WriteText(file,
               "before = none\r\n; key = comment\n[Suport Device]\r\nNum = 12 \r\n  Indented = x\n"
               "Num = second\nno value\nBad = 12a\nBig = 99999999999\nLong = " +
-                  longValue + "\n" + longName + std::string(" = long name\nCut\0x = cut", 23) +
-                  "\n[other]\nNum=-3\nEmpty=\nlast = end");
+                  longValue + "\n" + longName +
+                  std::string(" = long name\nColon: c = d\nCut\0x = cut\n[", 39) + longName +
+                  "]\nHidden = x" + "\n[other]\nNum=-3\nEmpty=\nlast = end");
     const std::tuple<const char*, const char*, std::string, int> rows[] = {
         {"SUPORT DEVICE", "num", "12", 12},
         {"Suport Device", "Indented", "x", 0},
@@ -100,6 +101,8 @@ TEST(Ini, Values) {
         {"Suport Device", "Long", longValue, 0},
         {"Suport Device", longName.c_str() + 11, "none there", -7},
         {"Suport Device", "Cut", "none there", -7},
+        {"Suport Device", "Hidden", "none there", -7},
+        {"Suport Device", "Colon", "c = d", 0},
         {"Suport Device", "Empty", "none there", -7},
         {"other", "Num", "-3", -3},
         {"other", "Empty", "", 0},
@@ -130,6 +133,7 @@ TEST(Ini, BuffersAndFiles) {
     EXPECT_STREQ(buffer, "abc");
     EXPECT_STREQ(buffer + 4, "---") << "nothing is written behind the buffer's size";
     EXPECT_EQ(read("", 0, folder + "/a.ini"), 0U);
+    EXPECT_EQ(read("", 6, folder + "/a.ini"), 5U) << "room for the end";
     ASSERT_EQ(mkfifo((folder + "/pipe.ini").c_str(), 0600), 0);
     for (const char* file : {"/missing.ini", "/huge.ini", "/pipe.ini", ""}) {
         EXPECT_EQ(read("fall", sizeof buffer, folder + file), 4U) << file;
@@ -142,23 +146,33 @@ TEST(Xml, WritesWellFormedDocuments) {
     CQdmXmlNode attribute("attr");
     CQdmXmlNode root("root");
     for (const std::string& value : {std::string("a<&>\"'b"), std::string("\x01\x1b tab\t\xff"),
-                                     std::string("\xc3\xa4\xed\xa0\x80")}) {
+                                     std::string("\xc3\xa4\xed\xa0\x80\xe0\x80\xaf")}) {
         attribute.addAttribute("name", "n");
         attribute.addAttribute("value", value);
         root.addChildNode(attribute);
     }
     attribute.clearAttribute();
+    attribute.addChildNode(CQdmXmlNode("deep"));
     root.addChildNode(attribute);
     WriteText(file, "old");
+    std::string replaced;  // what overlong characters and halves of pairs become
+    for (int i = 0; i < 6; ++i) {
+        replaced += "\xef\xbf\xbd";
+    }
     ASSERT_TRUE(CQdmXmlWrite().writeXML(file, root));
     EXPECT_EQ(ReadText(file),
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<root>\n"
               "  <attr name=\"n\" value=\"a&lt;&amp;>&quot;'b\" />\n"
               "  <attr name=\"n\" value=\" tab&#09;\xef\xbf\xbd\" />\n"
-              "  <attr name=\"n\" value=\"\xc3\xa4\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\" />\n"
-              "  <attr />\n</root>\n");
+              "  <attr name=\"n\" value=\"\xc3\xa4" +
+                  replaced +
+                  "\" />\n"
+                  "  <attr>\n    <deep />\n  </attr>\n</root>\n");
     EXPECT_FALSE(CQdmXmlWrite().writeXML(file, CQdmXmlNode("not a name")));
+    EXPECT_FALSE(CQdmXmlWrite().writeXML(file, CQdmXmlNode("1name")));
     EXPECT_FALSE(CQdmXmlWrite().writeXML(file + "/below/a/file", root));
+    ASSERT_EQ(mkdir((file + ".d").c_str(), 0700), 0);
+    EXPECT_FALSE(CQdmXmlWrite().writeXML(file + ".d", root)) << "a folder";
     EXPECT_EQ(ReadText(file).substr(0, 5), "<?xml") << "a failure leaves the old document";
-    EXPECT_EQ(EntriesOf(file.substr(0, file.rfind('/'))), Parts{"report.xml"});
+    EXPECT_EQ(EntriesOf(file.substr(0, file.rfind('/'))), (Parts{"report.xml", "report.xml.d"}));
 }

@@ -41,9 +41,10 @@ TEST(Trace, LinesOfTwoProcessesStayWhole) {
     const std::string file = NewFolder() + "/trace";
     ASSERT_EQ(OpenTraceFile(file), "");
     const pid_t child = fork();
+    const std::string opened = child == 0 ? OpenTraceFile(file) : "";
     WriteLines(child == 0 ? "child" : "parent", number);
     if (child == 0) {
-        _exit(0);
+        _exit(opened.empty() ? 0 : 1);
     }
     ASSERT_EQ(waitpid(child, nullptr, 0), child);
     const std::regex form(
@@ -69,13 +70,13 @@ TEST(Trace, LevelsControlCharactersAndObserver) {
     Recorder recorder(CTraceUtility::TRACE_DBG_WARN | CTraceUtility::TRACE_DBG_ERROR);
     CTraceUtility::WriteDebug("fc", CTraceUtility::TRACE_DBG_FLOW, "flow");
     CTraceUtility::WriteDebug("fc", CTraceUtility::TRACE_DBG_WARN, "warn %d", 1);
-    CTraceUtility::WriteDebug(nullptr, CTraceUtility::TRACE_DBG_ERROR, "a\nb\x1b[%s",
+    CTraceUtility::WriteDebug(nullptr, CTraceUtility::TRACE_DBG_ERROR, "a\nb\x1b\x7f[%s",
                               std::string(20000, 'x').c_str());
     ShowMessage(L"w\u00e4", "detail");
     ShowMessage(nullptr);
     const auto lines = LinesOf(file);
     ASSERT_EQ(lines.size(), 3U);
-    EXPECT_NE(lines[0].find(" - ERROR a\\nb\\x1b[xxx"), std::string::npos) << lines[0];
+    EXPECT_NE(lines[0].find(" - ERROR a\\nb\\x1b\\x7f[xxx"), std::string::npos) << lines[0];
     EXPECT_LT(lines[0].size(), 17000U) << "lines have a limit";
     EXPECT_NE(lines[1].find(" host INFO w\xc3\xa4 detail"), std::string::npos);
     ASSERT_EQ(recorder.lines.size(), 2U);
@@ -111,13 +112,20 @@ TEST(Messages, ReachEventLogAndObserver) {
     EXPECT_EQ(recorder.messages[0].severity, "error");
     EXPECT_TRUE(recorder.messages[1].inserts.empty());
     EXPECT_EQ(recorder.messages[2].inserts.back(), "");
-    const auto lines = LinesOf(TestFolder() + "/log/events.log");
+    const std::string log = TestFolder() + "/log/events.log";
+    EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(log).permissions()), 0600U);
+    const auto lines = LinesOf(log);
     ASSERT_EQ(lines.size(), 3U);
     const std::string pid = std::to_string(getpid());
     EXPECT_TRUE(std::regex_match(lines[0], std::regex("[-0-9T:]+Z " + pid +
                                                       " error MSGID_EMULEX_FC_0009_F \\[firm\\] .*"
                                                       "1\\.2\\{1\\} operates, version 3\\\\n4 .*")))
         << lines[0];
+    std::filesystem::rename(log, log + ".1");
+    std::filesystem::create_symlink(log + ".1", log);
+    CTraceUtility::WriteTrace("fc", "MSGID_UNKNOWN");
+    EXPECT_EQ(LinesOf(log + ".1").size(), 3U) << "a link is not followed";
+    std::filesystem::remove(log);
 }
 
 TEST(Messages, WithoutCatalogueInsertsRemain) {

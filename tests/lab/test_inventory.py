@@ -106,5 +106,7 @@ def test_trace_and_standard_output(lab):
     trace = lab.inside("/tmp/trace").read_text()
     assert "CFC_EMULEX_16G_Vendor::LinkDevice() [START]" in trace
     assert lab.qdmctl("list", "--trace", "/no/such/folder/t").error_ids() == ["usage"]
+    assert lab.qdmctl("list", env={"QDM_TRACE": "/tmp/trace", "QDM_TRACE_LEVEL": "1x"}
+                      ).error_ids() == ["usage"]
     text = lab.run("qdmctl", "list").stdout
     assert "11.2.156.20" in text and max(map(len, text.splitlines())) < 160
