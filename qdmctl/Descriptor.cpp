@@ -58,6 +58,9 @@ constexpr TextForm folderForm = {
     [](const std::string& text) { return IsRelativePath(Replaced(text, "x")); },
     "a path below the install root"};
 constexpr TextForm absoluteForm = {IsAbsolutePath, "an absolute path of letters, digits, \"._+-\""};
+constexpr TextForm commandForm = {
+    [](const std::string& text) { return IsCommand(text, IsFileName); },
+    "a file name of letters, digits, \"._+-\", and plain options"};
 constexpr TextForm settingForm = {IsSetting, "settings such as \"Key:value\""};
 constexpr TextForm pciForm = {IsPciPair, "PCI identifiers such as \"10df:f100\""};
 
@@ -109,7 +112,7 @@ UtilityFacts ReadUtility(const Json& value, Faults& faults) {
     UtilityFacts facts;
     facts.tool = fields.Text("tool", absoluteForm);
     facts.unpacked = fields.Text("unpacked", folderForm);
-    facts.install = fields.Text("install", labelForm);
+    facts.install = fields.Text("install", commandForm);
     facts.forbiddenPackage = fields.Text("forbidden_package", wordForm);
     const Json& files = fields.Array("configuration", 0, mostEntries);
     for (std::size_t i = 0; i < files.size(); ++i) {

@@ -21,23 +21,15 @@ bool IsAbsolutePath(const std::string& text) {
     return text.rfind('/', 0) == 0 && IsRelativePath(text.substr(1));
 }
 
-/// A script's path and options, so that no shell finds a meaning in it beyond these.
-bool IsPlainCommand(const std::string& text) {
-    const std::size_t end = text.find(' ');
-    const std::string options = end == std::string::npos ? "" : text.substr(end);
-    return IsAbsolutePath(text.substr(0, end)) &&
-           options.find_first_not_of(
-               " -abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789") ==
-               std::string::npos;
-}
-
 constexpr TextForm schemaForm = {[](const std::string& text) { return text == noteSchema; },
                                  "\"qdm.repair-note/1\""};
 constexpr TextForm utilityForm = {[](const std::string& text) { return text == "util"; },
                                   "\"util\""};
 constexpr TextForm pathForm = {IsAbsolutePath,
                                "an absolute path of letters, digits, \"._+-\" and \"/\""};
-constexpr TextForm commandForm = {IsPlainCommand, "an absolute path and plain options"};
+constexpr TextForm commandForm = {
+    [](const std::string& text) { return IsCommand(text, IsAbsolutePath); },
+    "an absolute path and plain options"};
 
 bool IsBelow(const std::string& path, const std::string& folder) {
     return path.size() > folder.size() && path.compare(0, folder.size(), folder) == 0;

@@ -21,7 +21,7 @@ bool IsMadeOf(std::string_view text, std::string_view others) {
 }
 
 bool IsPathPart(std::string_view part, bool wildcards) {
-    return part.find_first_not_of('.') != std::string_view::npos &&
+    return part.find_first_not_of('.') != std::string_view::npos && part.front() != '-' &&
            IsMadeOf(part, wildcards ? "._+-*?" : "._+-");
 }
 
@@ -51,7 +51,13 @@ bool IsModuleKind(const std::string& text) {
 }
 
 bool IsWord(const std::string& text) {
-    return !text.empty() && text.size() <= longestWord && IsMadeOf(text, "_.-");
+    return !text.empty() && text.size() <= longestWord && IsMadeOf(text, "_.-") &&
+           text.front() != '-' && text.front() != '.';
+}
+
+bool IsCommand(const std::string& text, bool (*isProgram)(const std::string&)) {
+    const std::size_t end = std::min(text.find(' '), text.size());
+    return isProgram(text.substr(0, end)) && IsMadeOf(std::string_view(text).substr(end), " -");
 }
 
 bool IsLowerHex(const std::string& text, std::size_t digits) {

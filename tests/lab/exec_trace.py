@@ -4,8 +4,8 @@ import ast
 import os
 import re
 
-CALLS = ("trace=execve,execveat,open,creat,openat,mkdir,mkdirat,symlink,symlinkat,link,linkat,mknod,"
-         "mknodat,rename,renameat,renameat2")
+CALLS = ("trace=execve,execveat,open,creat,openat,mkdir,mkdirat,symlink,symlinkat,link,linkat,"
+         "mknod,mknodat,rename,renameat,renameat2")
 TEXT = r'"(?:[^"\\]|\\.)*"'
 EXECUTED = re.compile(rf"execve\({TEXT}, (\[(?:{TEXT}(?:, )?)*\])")
 MADE = re.compile(rf"\b(?:open|creat|mkdir|symlink|link|mknod|rename)(?:at2?)?\(.*?({TEXT})[^\"]*$")
@@ -18,16 +18,25 @@ WWPN = "(?:[0-9a-f]{2}:){7}[0-9a-f]{2}"
 ADDRESS = "[0-9a-f]{4}:[0-9a-f]{2}:[0-9a-f]{2}[.][0-7]"
 CACHE = f"{ROOT}/tmp/EMULEX/cache"
 LINES = re.compile("|".join([
-    f"{HBACMD} listhbas ", f"{HBACMD} version  > {CACHE}/HbaVersion.txt",
+    f"{HBACMD} listhbas ", f"{HBACMD} version(  > {CACHE}/HbaVersion.txt)?", "rpm -q elxocmjvm",
+    rf"rpm -qa [|] grep elxocmjvm-[.]{{10}}rpm;echo [$][?] > {ROOT}/tmp/EMULEX/temp/\w+[.]txt",
+    r"""PATH="[$]PATH:/usr/bin:/bin" rpm -q --qf '%[{]VERSION[}]\\n' elx-lpfc""",
     f"{HBACMD} HbaAttributes ({WWPN}) > {CACHE}/HbaAttrib[0-9a-f-]{{23}}[.]txt",
     rf"lspci -nms {ADDRESS} \| cut [^;&$`]* > {ROOT}/tmp/EMULEX/temp/4ids",
     'PATH="[$]PATH:/usr/sbin:/sbin" modinfo -F version lpfc']))
-PROGRAMS = {"qdmctl", HBACMD, "lspci", "cut", "sed", "modinfo"}
+PROGRAMS = {"qdmctl", HBACMD, "lspci", "cut", "sed", "modinfo", "rpm", "/usr/bin/rpm", "date",
+            "grep"}
+
+# What a run that refuses all makes, copies of packages included; the last two are others'.
+OWN = re.compile(
+    rf"{ROOT}/(tmp(/qdmctl(/(packages(/\d+[.]zip)?|report(/.*)?|\w+([.]txt)?))?)?|state(/probe)?"
+    r"|tmp/EMULEX(/(cache|temp)(/[\w.-]+)?)?|qdmctl(-read)?[.]lock)"
+    "|/dev/null|/var/lib/(rpm|qdmlab)/.*")
 
 
 def trace(lab, *command, **options):
     """Runs the command inside. Returns the finished process, the argument lists of all programs
-    that it has executed or tried to, and the paths of all that it has made or tried to."""
+    that it has executed or tried to, and the paths of all that it has made."""
     # A traced process cannot look for its leaks.
     env = {"ASAN_OPTIONS": ":".join(filter(None, (os.environ.get("ASAN_OPTIONS"),
                                                   "detect_leaks=0")))}
@@ -38,7 +47,7 @@ def trace(lab, *command, **options):
     file.unlink()
     programs = [ast.literal_eval(found[1]) for line in lines if (found := EXECUTED.search(line))]
     made = [made_by(line) for line in lines
-            if ("open" not in line or "O_CREAT" in line) and "EEXIST" not in line]
+            if ("open" not in line or "O_CREAT" in line) and "= -1 E" not in line]
     return done, programs, [path for path in made if path]
 
 

@@ -3,20 +3,15 @@
 import collections
 import hashlib
 import json
-import re
 import subprocess
 
 import pytest
 from conftest import REPOSITORY, Answer
-from exec_trace import ROOT, trace, unexpected
+from exec_trace import OWN, ROOT, trace, unexpected
 
 MODELS = 64  # as many as a descriptor may hold
 MODEL = ["fcelx_16g", *(f"m{number}" for number in range(1, MODELS))]
 VERSION = "11.2.156.27"
-# Where a run that refuses all may make something: copies of packages, and what every run writes.
-OWN = re.compile(rf"{ROOT}/(tmp(/qdmctl(/(packages(/\d+[.]zip)?|report(/.*)?|\w+))?)?|state(/probe)?"
-                 rf"|tmp/EMULEX(/(cache|temp)(/[\w.-]+)?)?|qdmctl(-read)?[.]lock)"
-                 "|/dev/null|/var/lib/qdmlab/.*")
 
 
 def server_of_models(make_lab):

@@ -77,19 +77,6 @@ def test_no_adapter_and_unreadable_version(make_lab):
     assert answer.exit_code == 0 and firmware[:2] == [None, None] and None not in firmware[2:]
 
 
-def test_wwpn_of_another_form_keeps_the_port_out(lab):
-    lab.qdmctl("list")
-    listing = lab.inside("/opt/velmora/qdm/provider/tmp/EMULEX/cache/Listhbas.txt")
-    text = listing.read_text()
-    listing.write_text(text.replace("10:00:00:90:fa:81:04:00", "10:00;touch /tmp/owned"))
-    before = len(lab.calls())
-    answer = lab.qdmctl("list")
-    port = by_device(answer)["0000:04:00.0-10df-f100"]
-    assert (answer.exit_code, answer.error_ids()) == (4, ["tool-failed"])
-    assert port["wwpn"] is None and set(port["versions"].values()) == {None}
-    assert len(lab.calls()) == before and lab.run("ls", "/tmp/owned").returncode != 0
-
-
 def test_rights_and_missing_tool(lab):
     assert lab.qdmctl("list", options=["--user"]).error_ids() == ["not-root"]
     assert lab.qdmctl("list", env={"QDM_INSTALL_PATH": "/opt/$(id)"}).error_ids() == ["work-area"]

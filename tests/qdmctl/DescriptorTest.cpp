@@ -24,6 +24,8 @@ TEST(Descriptor, RefusesWhatIsNotExactlyOneAndNamesFileAndKey) {
         {"/architectures/x86_64", "../x64", "architectures.x86_64: must be"},
         {"/utility/tool", "usr/sbin/hbacmd", "utility.tool: must be"},
         {"/utility/unpacked", "/tmp/{architecture}", "utility.unpacked: must be"},
+        {"/utility/install", "install.sh -q; id", "utility.install: must be"},
+        {"/utility/forbidden_package", "--all", "utility.forbidden_package: must be"},
         {"/utility/configuration/0/lines", {"Key"}, "configuration[0].lines: each must be"},
         {"/utility/configuration/1/key", "x", "utility.configuration[1].key: is no known"},
         {"/driver", nullptr, "driver: is missing"},
