@@ -6,9 +6,11 @@ import subprocess
 
 from .errors import LabError
 from .layout import SLEEP_LIBRARY
-from .machine import TOOL
+from .machine import RECORDED_FOLDER, TOOL
 
 REPOSITORY = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
+# Kills what runs at a chosen moment; found by its name.
+CUTTER = "lab-cut"
 COMPONENTS = ("provider", "qdmctl")
 HOW_TO_BUILD = "build it with: cmake --preset dev && cmake --build --preset dev"
 
@@ -50,6 +52,7 @@ def copy_built(build, name, target):
 def install_build(lab, build):
     """Installs the product, and the lab's own programs where it will look for them."""
     copy_built(build, "hbacmd", lab.root(TOOL))
+    copy_built(build, CUTTER, lab.root(f"{RECORDED_FOLDER}/{CUTTER}"))
     copy_built(build, SLEEP_LIBRARY, lab.state(SLEEP_LIBRARY))
     for component in COMPONENTS:
         run_cmake_install(build, component, lab.path("root"))
