@@ -1,6 +1,8 @@
+#include "qdmctl/BootIdentifier.h"
 #include "qdmctl/Command.h"
 #include "qdmctl/DriverOnDisk.h"
 #include "qdmctl/DriverPackage.h"
+#include "qdmctl/ModuleKinds.h"
 #include "qdmctl/PendingJudgement.h"
 #include "qdmctl/Session.h"
 
@@ -59,8 +61,33 @@ void LinkForReading(Session& session) {
     }
 }
 
-void Judge(Session& session, PendingUpdates& store) {
+/// The version of the packaged driver that the next boot would load; empty: none, or another.
+std::string PackagedOnDisk(Session& session) {
+    const auto packages = InstalledDriverPackages(session);
+    const auto onDisk =
+        packages.empty() ? std::nullopt : DriverOnDisk(session.ProviderDescriptor().kernelModule);
+    return onDisk && std::count(packages.begin(), packages.end(), *onDisk) != 0 ? *onDisk : "";
+}
+
+/// A run that was killed behind rpm has recorded nothing. That nobody can tell what operates is no
+/// fault while nothing is known to wait.
+void RecordUnrecorded(Session& session, PendingUpdates& store) {
     LinkForReading(session);
+    session.answer.errors.clear();
+    PendingUpdate update{DriverKind,       PackagedOnDisk(session),   {},
+                         BootIdentifier(), session.ServerDeviceIds(), PendingState::Pending};
+    const std::string operating =
+        update.version.empty() ? "" : OperatingFromCaches(session, update);
+    if (operating.empty() || operating == update.version) {
+        return;
+    }
+    update.previous = operating;
+    if (auto error = store.Record(update)) {
+        session.answer.errors.push_back(std::move(*error));
+    }
+}
+
+void Judge(Session& session, PendingUpdates& store) {
     JudgePending(session, store);
     for (const PendingView& view : *session.answer.pending) {
         if (view.update.state == PendingState::Refuted) {
@@ -92,6 +119,11 @@ Answer RunPending(const Options& options, Console& console) {
         return answer;
     }
     answer.pending.emplace();
+    if (store.All().empty()) {
+        RecordUnrecorded(session, store);
+    } else {
+        LinkForReading(session);
+    }
     if (!store.All().empty()) {
         Judge(session, store);
     }

@@ -6,6 +6,7 @@
 #include "qdmctl/FileAccess.h"
 #include "qdmctl/ModuleKinds.h"
 #include "qdmctl/RepairFolder.h"
+#include "qdmctl/RepairState.h"
 #include "qdmctl/Session.h"
 #include "qdmctl/StateFile.h"
 
@@ -36,6 +37,7 @@ void ReadVersion(Session& session, PortSession& port, const RepairNote& note, Lo
             module->UpdateRestore({});
             const std::string version = module->GetOperatingVersion();
             look.version = IsUnreadable(version) ? std::string() : version;
+            port.view.versions.utility = look.version;
         });
     }
     look.asNoted = module != nullptr && !look.version.empty() &&
@@ -95,8 +97,10 @@ public:
         if (session.Stopped()) {
             return;
         }
-        if (look.version.empty()) {
-            Install();
+        const bool brokenOff = BrokenInstallation(session, note).has_value();
+        if (look.version.empty() || brokenOff) {
+            Install(brokenOff ? "The installation of the adapter utility has broken off"
+                              : note.missing + " is missing");
         } else {
             TellPresent(look);
         }
@@ -129,12 +133,12 @@ private:
         }
     }
 
-    void Install() {
+    void Install(const std::string& why) {
         if (auto error = CheckRepairFolder(session.Root(), note)) {
             session.answer.errors.push_back(std::move(*error));
         } else if (session.options.dryRun) {
             Tell(Outcome::NotAttempted, "dry run: nothing has been run");
-        } else if (!session.options.yes && !session.console.Ask(Question())) {
+        } else if (!session.options.yes && !session.console.Ask(Question(why))) {
             Tell(Outcome::NotAttempted, "not confirmed: nothing has been run");
             static_cast<void>(session.Stopped());
         } else if (const auto ran = RunCommand()) {
@@ -142,8 +146,8 @@ private:
         }
     }
 
-    std::string Question() const {
-        return note.missing + " is missing. To be run, in " + note.folder + ":\n  " + note.command +
+    std::string Question(const std::string& why) const {
+        return why + ". To be run, in " + note.folder + ":\n  " + note.command +
                "\nIt installs the adapter utility " + note.version + ". Go ahead?";
     }
 

@@ -1,4 +1,3 @@
-#include "host/CCommon_Information.h"
 #include "host/CDriver.h"
 #include "host/CFirmware.h"
 #include "host/CUtility.h"
@@ -33,11 +32,7 @@ void RestoreModules(Session& session) {
 /// of what an update may have left.
 void DropTheRest(Session& session) {
     CacheGuard::Drop(session.Root());
-    for (const ResultFile* file : FindResultFiles(session.Root())) {
-        if (file->droppedByRestore) {
-            CCommon_Information::RetryDeleteFile(PathOf(*file, session.Root()));
-        }
-    }
+    DropResultFiles(session.Root());
 }
 
 void TellCleared(Session& session, const std::vector<std::string>& before) {

@@ -1,5 +1,5 @@
 #include "qdmctl/Command.h"
-#include "qdmctl/RepairNote.h"
+#include "qdmctl/RepairState.h"
 #include "qdmctl/UpdateRun.h"
 
 #include <algorithm>
@@ -81,7 +81,7 @@ void DropStaleNote(Session& session) {
     });
     const auto note =
         answers ? ReadRepairNote(session.Root()) : Loaded<std::optional<RepairNote>>();
-    if (!note || !*note.value || session.Stopped()) {
+    if (!note || !*note.value || session.Stopped() || BrokenInstallation(session, **note.value)) {
         return;
     }
     if (auto error = RemoveRepairNote(session.Root())) {

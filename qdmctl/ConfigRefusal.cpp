@@ -1,10 +1,11 @@
 #include "qdmctl/ConfigRefusal.h"
 
+#include "host/CVendor.h"
 #include "qdmctl/ModuleKinds.h"
+#include "qdmctl/Session.h"
 #include "qdmctl/TextForms.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace qdmctl {
 namespace {
@@ -130,6 +131,24 @@ std::optional<Error> ExplainFile(const ConfigFile& config, const Lines& details)
 }
 
 }  // namespace
+
+std::optional<Error> AskVendorsCondition(Session& session, PortSession& port,
+                                         const std::string& kind) {
+    const CallRecord record(ConfigCheckLevels);
+    int refused = 0;
+    session.Reading(session.ReadingStep("checking the conditions of an update", &port), [&] {
+        refused = port.vendor->CheckUpdateConditionByDevicevendor(kind, nullptr);
+    });
+    if (refused == 0) {
+        return std::nullopt;
+    }
+    Error error = kind == UtilityKind
+                      ? ExplainConfigRefusal(record, session.ProviderDescriptor().utility)
+                      : MakeError(ErrorId::UpdateFailed, "the provider refuses an update",
+                                  "run it again with --trace FILE to see why");
+    error.messageId = record.MessageId();
+    return error;
+}
 
 Error ExplainConfigRefusal(const CallRecord& record, const UtilityFacts& utility) {
     const Lines& details = record.Details();

@@ -3,7 +3,17 @@
 #include "qdmctl/CallRecord.h"
 #include "qdmctl/Descriptor.h"
 
+#include <optional>
+#include <string>
+
 namespace qdmctl {
+
+class Session;
+struct PortSession;
+
+/// What the vendor itself has against an update of a kind of module.
+[[nodiscard]] std::optional<Error> AskVendorsCondition(Session& session, PortSession& port,
+                                                       const std::string& kind);
 
 /// The trace levels in which a provider tells what its configuration check has seen.
 inline constexpr unsigned ConfigCheckLevels =

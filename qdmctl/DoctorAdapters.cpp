@@ -132,16 +132,12 @@ PortSession* AnyUsable(Session& session) {
 
 void CheckConfiguration(Checks& checks, Session& session, PortSession& port) {
     constexpr char name[] = "utility-config";
-    const CallRecord record(ConfigCheckLevels);
-    int refused = 0;
-    session.Reading(session.ReadingStep("checking the utility's configuration", nullptr), [&] {
-        refused = port.vendor->CheckUpdateConditionByDevicevendor("util", nullptr);
-    });
-    if (refused == 0) {
+    const auto refusal = AskVendorsCondition(session, port, UtilityKind);
+    if (!refusal) {
         AddOk(checks, name, "as updates of the utility require it");
     } else {
-        const Error error = ExplainConfigRefusal(record, session.ProviderDescriptor().utility);
-        AddFailure(checks, name, error.message, error.hint);
+        const std::string advice = RepairAdvice(session.Root());
+        AddFailure(checks, name, refusal->message, advice.empty() ? refusal->hint : advice);
     }
 }
 

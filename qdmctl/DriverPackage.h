@@ -13,8 +13,16 @@ class Session;
 /// time.
 [[nodiscard]] std::vector<std::string> InstalledDriverPackages(Session& session);
 
-/// What to do about an installed driver package that the kernel does not prefer. The package is
-/// not to be installed again: rpm refuses the very same one.
+/// Whether installing the package once more may bring what has not come of it, as behind a run that
+/// was ended between rpm and depmod. Not where somebody has decided otherwise: the provider leaves
+/// a preference file that names the module alone, though it be in a comment.
+[[nodiscard]] bool MayInstallAgain(const Session& session);
+
+/// Makes rpm forget a version of the package, and nothing else: it would refuse to install the very
+/// same one again.
+void ForgetDriverPackage(Session& session, const std::string& version);
+
+/// What to do about an installed driver package that the kernel does not prefer.
 [[nodiscard]] std::string PreferenceRemedy(const Session& session);
 
 /// The file for which the provider leaves the driver to another update; empty: it is not there.

@@ -8,6 +8,7 @@
 #include "qdmctl/Session.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qdmctl {
 namespace {
@@ -49,11 +50,15 @@ DriverState::Judgement DriverState::Judge(Component& component, const VersionRul
     if (comparable && order == 0) {
         return JudgeWaiting(component, rules);
     }
-    if (IsPackaged(component.offered, rules)) {
+    toForget = Packaged(component.offered, rules);
+    if (!toForget.empty() && !MayInstallAgain(session)) {
         return JudgeNotPreferred(component);
     }
     if (comparable) {
         JudgeByDisk(component, order);
+    }
+    if (!toForget.empty()) {
+        TellAgain(component);
     }
     return LeaveToOthers(component);
 }
@@ -84,16 +89,32 @@ bool DriverState::IsRefuted(const std::string& version, const VersionRules& rule
            (update->state == PendingState::Refuted || IsBootedSince(*update, BootIdentifier()));
 }
 
-bool DriverState::IsPackaged(const std::string& version, const VersionRules& rules) {
+/// The version of an installed package that equals this one; empty: there is none.
+std::string DriverState::Packaged(const std::string& version, const VersionRules& rules) {
     if (!packages) {
         packages = InstalledDriverPackages(session);
     }
-    return std::any_of(packages->begin(), packages->end(), [&](const std::string& installed) {
-        return rules.AreEqual(installed, version);
-    });
+    const auto found =
+        std::find_if(packages->begin(), packages->end(),
+                     [&](const std::string& one) { return rules.AreEqual(one, version); });
+    return found == packages->end() ? std::string() : *found;
 }
 
-/// As a run leaves it that was ended between rpm and depmod, or whose package is not preferred.
+/// As a run leaves it that was ended between rpm and depmod.
+void DriverState::TellAgain(Component& component) {
+    notPreferred = component.offered;
+    component.reason = "the package of this version is installed, but the next boot would load " +
+                       OnDiskText() + ": an update installs it again" +
+                       (component.verdict == Verdict::Older ? " (--allow-older)" : "");
+}
+
+void DriverState::MakeInstallable() {
+    if (!toForget.empty()) {
+        ForgetDriverPackage(session, std::exchange(toForget, {}));
+    }
+}
+
+/// As it is where somebody has decided which driver is to be preferred.
 DriverState::Judgement DriverState::JudgeNotPreferred(Component& component) {
     notPreferred = component.offered;
     component.reason =

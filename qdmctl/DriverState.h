@@ -30,6 +30,10 @@ public:
     /// Completes the judgement of a driver component that a package is offered for.
     [[nodiscard]] Judgement Judge(Component& component, const VersionRules& rules);
 
+    /// To be called before an offered version is installed: of one that is installed already, but
+    /// has not come to its end, rpm forgets the package, so that it can be installed again.
+    void MakeInstallable();
+
     /// Whether the next boot would load this version; asks anew, for behind an installation.
     [[nodiscard]] bool IsOnDisk(const std::string& version, const VersionRules& rules);
     /// As far as it is known; "no driver that modinfo finds" where there is none.
@@ -53,8 +57,9 @@ private:
     void Look();
     bool IsRefuted(const std::string& version, const VersionRules& rules) const;
     Judgement JudgeWaiting(Component& component, const VersionRules& rules);
-    bool IsPackaged(const std::string& version, const VersionRules& rules);
+    std::string Packaged(const std::string& version, const VersionRules& rules);
     Judgement JudgeNotPreferred(Component& component);
+    void TellAgain(Component& component);
     void JudgeByDisk(Component& component, int order) const;
     Judgement LeaveToOthers(Component& component) const;
     Judgement Fail(Component& component, const std::string& what, const std::string& hint) const;
@@ -67,6 +72,7 @@ private:
     bool looked = false;
     std::optional<std::vector<std::string>> packages;  ///< that rpm tells; none: not asked
     std::string notPreferred;  ///< the offered version, where another driver is preferred to it
+    std::string toForget;      ///< how rpm calls that version, where its record is in the way
 };
 
 }  // namespace qdmctl

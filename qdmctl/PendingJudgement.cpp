@@ -117,4 +117,16 @@ std::vector<PendingView> LookAtPending(Session& session, const PendingUpdates& s
     return views;
 }
 
+std::string OperatingFromCaches(Session& session, const PendingUpdate& update) {
+    std::string operating;
+    bool inTime = true;
+    for (PortSession* port : PortsFor(session, update)) {
+        if (operating.empty() && inTime && !session.Stopped()) {
+            operating = Operating(session, *port, *ModuleOfKind(*port->vendor, update.kind),
+                                  Source::Caches, inTime);
+        }
+    }
+    return operating;
+}
+
 }  // namespace qdmctl

@@ -17,4 +17,8 @@ void JudgePending(Session& session, PendingUpdates& store);
 /// The same for showing: readings may come from the caches, and the store stays as it is.
 [[nodiscard]] std::vector<PendingView> LookAtPending(Session& session, const PendingUpdates& store);
 
+/// The version of the update's kind that operates, as a usable port tells it, perhaps from the
+/// caches; empty: none does.
+[[nodiscard]] std::string OperatingFromCaches(Session& session, const PendingUpdate& update);
+
 }  // namespace qdmctl

@@ -1,5 +1,6 @@
 #include "qdmctl/ResultFiles.h"
 
+#include "host/CCommon_Information.h"
 #include "host/CFileUtility.h"
 
 #include <sys/stat.h>
@@ -32,6 +33,14 @@ std::vector<const ResultFile*> FindResultFiles(const std::string& root) {
         }
     }
     return found;
+}
+
+void DropResultFiles(const std::string& root) {
+    for (const ResultFile* file : FindResultFiles(root)) {
+        if (file->droppedByRestore) {
+            CCommon_Information::RetryDeleteFile(PathOf(*file, root));
+        }
+    }
 }
 
 std::vector<std::string> KeptReadings(const std::string& root) {

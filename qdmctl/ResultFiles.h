@@ -16,6 +16,9 @@ struct ResultFile {
 /// The ones that there are below the install root. None is left by a run that ended by itself.
 [[nodiscard]] std::vector<const ResultFile*> FindResultFiles(const std::string& root);
 
+/// Of a run that was killed; with the lock held. Those of other programs stay.
+void DropResultFiles(const std::string& root);
+
 [[nodiscard]] std::string PathOf(const ResultFile& file, const std::string& root);
 
 /// Paths of all caches and result files.

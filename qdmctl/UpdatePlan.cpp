@@ -2,9 +2,11 @@
 
 #include "host/CModuleManager.h"
 #include "host/CVendor.h"
+#include "qdmctl/Command.h"
 #include "qdmctl/ConfigRefusal.h"
 #include "qdmctl/PackageStaging.h"
-#include "qdmctl/RepairNote.h"
+#include "qdmctl/RepairState.h"
+#include "qdmctl/ResultFiles.h"
 
 #include <algorithm>
 #include <map>
@@ -204,32 +206,14 @@ void RefuseDisagreement(Session& session, std::vector<UpdateItem>& items) {
     items.erase(std::remove_if(items.begin(), items.end(), disagrees), items.end());
 }
 
-/// What the vendor itself has against an update: asked once where the module is the server's.
-std::optional<Error> Condition(Session& session, const UpdateItem& item) {
-    const std::string& kind = item.package.kind;
-    const CallRecord record(ConfigCheckLevels);
-    int refused = 0;
-    session.Reading(session.ReadingStep("checking the conditions of an update", item.port), [&] {
-        refused = item.port->vendor->CheckUpdateConditionByDevicevendor(kind, nullptr);
-    });
-    if (refused == 0) {
-        return std::nullopt;
-    }
-    Error error = kind == UtilityKind
-                      ? ExplainConfigRefusal(record, session.ProviderDescriptor().utility)
-                      : MakeError(ErrorId::UpdateFailed, "the provider refuses an update",
-                                  "run it again with --trace FILE to see why");
-    error.messageId = record.MessageId();
-    return error;
-}
-
 void CheckConditions(Session& session, std::vector<UpdateItem>& items) {
     std::map<std::string, std::optional<Error>> ofServer;
     const auto refused = [&](const UpdateItem& item) {
         const bool shared = IsOfServer(item.package.kind);
         const auto known = ofServer.find(item.package.kind);
-        const auto error =
-            shared && known != ofServer.end() ? known->second : Condition(session, item);
+        const auto error = shared && known != ofServer.end()
+                               ? known->second
+                               : AskVendorsCondition(session, *item.port, item.package.kind);
         ofServer.emplace(item.package.kind, error);
         if (error) {
             Refuse(session, item, *error);
@@ -247,15 +231,22 @@ std::optional<Repository> OpenRepository(Session& session) {
 }
 
 /// What an installation of the utility has unpacked is needed to finish it, and an update would
-/// take it away. That the utility does not answer has been told, with the remedy.
+/// take it away.
 bool AwaitsRepair(Session& session) {
-    if (!session.UtilityIsSilent()) {
-        return false;
-    }
+    auto& errors = session.answer.errors;
     const auto note = ReadRepairNote(session.Root());
-    session.answer.errors.insert(session.answer.errors.end(), note.errors.begin(),
-                                 note.errors.end());
-    return !note || *note.value;
+    const bool silent = session.UtilityIsSilent();  // which has been told, with the remedy
+    if (!note && silent) {
+        errors.insert(errors.end(), note.errors.begin(), note.errors.end());
+    }
+    if (!note || !*note.value || silent) {
+        return silent && (!note || *note.value);
+    }
+    auto broken = BrokenInstallation(session, **note.value);
+    if (broken) {
+        errors.push_back(*broken);
+    }
+    return broken.has_value();
 }
 
 std::vector<UpdateItem> PlanUpdate(Session& session, const Repository& repository,
@@ -281,6 +272,9 @@ std::vector<UpdateItem> PrepareUpdate(Session& session, DriverState& drivers) {
     const auto repository = session.Open() ? OpenRepository(session) : std::nullopt;
     if (!repository || !session.Link()) {
         return {};
+    }
+    if (session.options.command->changing && !session.options.dryRun) {
+        DropResultFiles(session.Root());
     }
     drivers.Load();
     session.ReadVersions(session.AllPorts());

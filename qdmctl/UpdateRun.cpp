@@ -73,7 +73,12 @@ void UpdateRun::PreUpdate() {
 }
 
 void UpdateRun::Update() {
-    WorkPhase("update", [](UpdateItem& item) { return item.module->ExecuteUpdate(false); });
+    WorkPhase("update", [this](UpdateItem& item) {
+        if (Is(DriverKind)) {
+            drivers.MakeInstallable();
+        }
+        return item.module->ExecuteUpdate(false);
+    });
 }
 
 /// The apply check compares with the operating record.

@@ -365,6 +365,22 @@ def test_preference_of_the_packaged_driver(lab, before, after, pending):
     works(lab)
 
 
+def test_driver_whose_installation_was_ended_is_installed_again(lab):
+    """Between rpm and depmod, and of two versions on rpm's record the older one, too."""
+    for version, options in ((NEW["driver"], []), ("10.2.370.17", ["--justdb", "--replacefiles"])):
+        offer(lab, {"driver": version})
+        module = next(lab.repo.glob("*.zip")).name
+        lab.run("python3", "-m", "zipfile", "-e", f"/repo/{module}", f"/root/{version}")
+        rpm = " ".join(["rpm", "-ih", "--oldpackage", *options])
+        lab.run("sh", "-c", f"{rpm} /root/{version}/x64/FC/*.rpm")
+        [reason] = {one["reason"] for one in components(lab.qdmctl(
+            "check", "--repo", "/repo").json, "driver")}
+        assert "an update installs it again" in reason
+        assert update(lab, "--allow-older").exit_code == 0
+        assert lab.show()["driver"]["on_disk"] == version
+        assert lab.run("rpm", "-q", "elx-lpfc").stdout.count("\n") == 1
+
+
 def prefer(lab, line):
     lab.inside("/etc/depmod.d/elxlpfc.conf").write_text(f"{line}\n")
     lab.run("depmod", "-a")

@@ -44,8 +44,7 @@ def told(answer):
 def test_installed_driver_is_pending_until_a_reboot_confirms_it(lab):
     empty = lab.qdmctl("pending")
     assert (empty.exit_code, empty.json["result"], empty.json["pending"]) == (0, "nothing", [])
-    install_driver(lab)
-    record(lab)
+    install_driver(lab)  # as a run leaves it that is killed before it records that
     for _ in range(2):
         assert told(lab.qdmctl("pending")) == ("pending", "same", OLD, 0)
     table = lab.run("qdmctl", "pending")
@@ -157,6 +156,20 @@ def test_repair_installs_what_an_update_has_begun(lab):
     assert repair(lab, "--yes").json["result"] == "nothing"
     assert lab.qdmctl("list").json["ports"][0]["versions"]["utility"] == UTILITY
     lab.reboot()  # the utility has left a process
+
+
+def test_repair_ends_an_installation_that_has_broken_off(lab):
+    lose_utility(lab)
+    lab.run(f"{FOLDER}/install.sh", "-q")
+    lab.inside("/etc/emulexRMConfig").unlink()
+    lab.repository()
+    lab.qdmctl("restore")
+    for _ in range(2):
+        [error] = lab.qdmctl("update", "--repo", "/repo", "--yes").json["errors"]
+        assert "has broken off: " in error["message"] and "qdmctl repair" in error["hint"], error
+    [row] = [one for one in lab.qdmctl("doctor").json["checks"] if one["name"] == "utility-config"]
+    assert "qdmctl repair" in row["remedy"] and repair(lab, "--yes").json["result"] == "ok"
+    assert lab.qdmctl("update", "--repo", "/repo", "--yes").json["result"] == "nothing"
 
 
 @pytest.mark.parametrize("version, outcome, left", [
