@@ -17,6 +17,7 @@ TIME_LIMIT = 120  # seconds for one command; reached only by a fault
 
 def pytest_configure(config):
     config.addinivalue_line("markers", "slow: takes minutes")
+    config.addinivalue_line("markers", "memory: valgrind takes a minute, without sanitizers")
     config.addinivalue_line("markers", "cost: counts what the product costs, without sanitizers")
 
 
