@@ -93,6 +93,7 @@ def offers_jobs(lab):
 def delayed_cases(lab):
     """With a tool that takes its time; more than one job only where the program knows them."""
     cases = [{"name": "bare", "steps": lab.bare_calls()},
+             {"name": "shells", "steps": lab.shell_calls()},
              one_step("cold", QDMCTL, "list", drop=CACHE),
              one_step("script", f"{INSIDE}/admin_list.sh")]
     if offers_jobs(lab):
