@@ -174,7 +174,8 @@ def test_what_tool_and_kernel_tell(make_lab, tried):
         ("list",), ("report", "--output", "/tmp/out"), ("info", DEVICE), ("doctor",), ("restore",))]
     answers = attack(lab, asked)
     for index, wwpn in enumerate(wwpns):
-        listing = listing.replace(f": {wwpn}\n", f": {names(wwpn)[index]}\n")
+        told = names(wwpn)[index] if index else f"{wwpn}:00"
+        listing = listing.replace(f": {wwpn}\n", f": {told}\n")
     tells(lab, "listhbas", listing)
     answers += attack(lab, asked)
     assert all(map(sound, answers)) and len(answers[0].json["ports"]) == number, answers
