@@ -367,12 +367,11 @@ def test_preference_of_the_packaged_driver(lab, before, after, pending):
 
 def test_driver_whose_installation_was_ended_is_installed_again(lab):
     """Between rpm and depmod, and of two versions on rpm's record the older one, too."""
-    for version, options in ((NEW["driver"], []), ("10.2.370.17", ["--justdb", "--replacefiles"])):
+    for version, options in ((NEW["driver"], ""), ("10.2.370.17", "--justdb --replacefiles")):
         offer(lab, {"driver": version})
         module = next(lab.repo.glob("*.zip")).name
         lab.run("python3", "-m", "zipfile", "-e", f"/repo/{module}", f"/root/{version}")
-        rpm = " ".join(["rpm", "-ih", "--oldpackage", *options])
-        lab.run("sh", "-c", f"{rpm} /root/{version}/x64/FC/*.rpm")
+        lab.run("sh", "-c", f"rpm -ih --oldpackage {options} /root/{version}/x64/FC/*.rpm")
         [reason] = {one["reason"] for one in components(lab.qdmctl(
             "check", "--repo", "/repo").json, "driver")}
         assert "an update installs it again" in reason
