@@ -95,6 +95,7 @@ def test_versions_older_same_and_unreadable(make_lab):
 
     assert outcomes(update(lab, "--allow-older")) == ["updated", "updated", "skipped",
                                                       "not-needed", "not-needed"]
+    assert outcomes(update(lab, "--device", "04:00.0")) == ["skipped"]
     forced = update(lab, "--force", "--device", "04:00.0")
     assert (forced.exit_code, outcomes(forced)) == (0, ["updated"])
     assert running(lab) == {"fcelx_16g": "11.2.156.9", "fcelx_8g1p": "2.10a5",

@@ -92,6 +92,10 @@ TEST(Answer, AListWithoutErrorsIsOkAndNotNothing) {
     Answer answer = MakeAnswer({{}});
     answer.hasComponents = false;
     EXPECT_EQ(ResultOf(answer).result, Result::Ok);
+    answer.checks = {{"one", CheckState::Ok, "", ""}, {"two", CheckState::Warning, "", ""}};
+    EXPECT_EQ(ResultOf(answer).exitCode, 0);
+    answer.checks->front().state = CheckState::Failure;
+    EXPECT_EQ(ResultOf(answer).exitCode, 1);
 }
 
 TEST(Answer, OnlyANewerVersionIsPlannedWithoutAFlag) {

@@ -75,10 +75,10 @@ TEST(Repository, RefusesHostileValuesAndNamesTheirKey) {
     const std::pair<const char*, std::vector<Json>> rows[] = {
         {"kind", {"bios"}},
         {"models", {"fcelx_16g", Json::array(), {"fcelx_16g", 7}, Json::array({"fc*lx"})}},
-        {"version", {11, "-1", "11.2$(id)"}},
+        {"version", {11, "-1", "11.2$(id)", std::string(65, '1')}},
         {"file",
          {"", "../x.zip", "a/../../x.zip", "/etc/shadow", "a//b.zip", "./b.zip", "dir/", "-x",
-          "a\"b.zip", "a\\b.zip", std::string(256, 'a')}},
+          "a\"b.zip", "a\\b.zip", "a*.zip", std::string(256, 'a')}},
         {"size", {0, -1, 123.0, "123", 1ULL << 40U}},
         {"sha256", {std::string(63, 'a'), std::string(64, 'g')}},
     };

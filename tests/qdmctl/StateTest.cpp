@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <filesystem>
+#include <nlohmann/json.hpp>
 
 namespace qdmctl {
 namespace {
@@ -67,6 +69,8 @@ TEST(PendingUpdates, ADamagedStoreIsRefusedAndKept) {
     ASSERT_FALSE(sound.Load());
     ASSERT_FALSE(sound.Record(Driver("10.2.1.1")));
     const std::string text = ReadText(file);
+    auto twice = nlohmann::json::parse(text);
+    twice["updates"].push_back(twice["updates"][0]);
     const std::pair<std::string, const char*> rows[] = {
         {"", "not valid JSON"},
         {text.substr(0, text.size() / 2), "not valid JSON"},
@@ -75,6 +79,7 @@ TEST(PendingUpdates, ADamagedStoreIsRefusedAndKept) {
         {Replaced(text, "\"driver\"", "\"drive\""), "kind"},
         {Replaced(text, "\"pending\"", "\"confirmed\""), "state"},
         {Replaced(text, "\"previous\"", "\"former\""), "previous"},
+        {twice.dump(), "repeats a kind"},
     };
     for (const auto& [damaged, named] : rows) {
         WriteText(file, damaged);
@@ -123,7 +128,14 @@ TEST(StateFile, OfAnotherKindOrOpenToOthersIsRefused) {
     EXPECT_FALSE(RemoveState(root, "x"));
     ASSERT_FALSE(WriteState(root, "x", "one"));
     EXPECT_EQ(**ReadState(root, "x").value, "one");
-    ::chmod(file.c_str(), 0622);
+    const auto mode = std::filesystem::status(file).permissions();
+    EXPECT_EQ(static_cast<unsigned>(mode), 0600U);
+    std::filesystem::create_hard_link(file, root + "/old");
+    WriteText(file + ".new", "left by a run that was killed");
+    ASSERT_FALSE(WriteState(root, "x", "two"));
+    EXPECT_EQ(ReadText(file), "two");
+    EXPECT_EQ(ReadText(root + "/old"), "one") << "the file of before is not written to";
+    ::chmod(file.c_str(), 0620);
     EXPECT_FALSE(ReadState(root, "x"));
     ASSERT_EQ(::rename(file.c_str(), (file + "2").c_str()), 0);
     ASSERT_EQ(::symlink((file + "2").c_str(), file.c_str()), 0);
@@ -153,6 +165,8 @@ TEST(RepairNote, HoldsOnlyWhatMayBeRunAsRoot) {
              {"install.sh -q", "install.sh $HOME"},
              {"install.sh -q", "install.sh\\nreboot"},
              {"x64/install.sh", "x64/../install.sh"},
+             {"x64/install.sh", "x64/install$(id).sh"},
+             {folder + "\",\n  \"command\": \"" + folder, "/var/tmp\",\n  \"command\": \"/var/tmp"},
              {"x64/install.sh", "x64/more/install.sh"},
              {folder + "/install.sh", "/tmp/install.sh"},
              {"\"util\"", "\"firm\""},
