@@ -72,7 +72,7 @@ void Download(const std::string& wwpn, const std::string& imageFile, const Fault
     Flash(image, facts);
     facts.erase("flashing." + image.kind);
     WriteAdapter(port.adapter, facts);
-    reply.Line("Download Complete");
+    reply.Line(faults.Has("wrong") ? "Reset Complete" : "Download Complete");
 }
 
 void ResetAdapter(const std::string& wwpn, Reply& reply) {

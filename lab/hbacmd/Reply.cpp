@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <random>
 
 #include "lab/hbacmd/Files.h"
@@ -22,7 +23,7 @@ std::string GarbageText(size_t size) {
 
 Reply::Reply(const Faults& callFaults) : faults(callFaults) {
     for (const char* const kind :
-         {"truncate", "empty", "garbage", "endless", "crash", "effect-then-fail"}) {
+         {"truncate", "empty", "garbage", "endless", "crash", "effect-then-fail", "no-line-ends"}) {
         holding = holding || faults.Has(kind);
     }
 }
@@ -58,6 +59,9 @@ void Reply::Spoil() {
     }
     if (faults.Has("garbage")) {
         held = GarbageText(held.size());
+    }
+    if (faults.Has("no-line-ends")) {
+        held.erase(std::remove(held.begin(), held.end(), '\n'), held.end());
     }
     const Fault* const cut = faults.Find("truncate");
     if (cut != nullptr || faults.Has("crash")) {

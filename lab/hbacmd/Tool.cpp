@@ -21,6 +21,18 @@ struct Call {
     Reply& reply;
 };
 
+/// What a tool tells that answers in the right form with what is not so.
+constexpr const char* wrongVersion = "9.9.9.9";
+
+/// An adapter of another server.
+std::string ToldWwpn(const Call& call, const Port& port) {
+    return call.faults.Has("wrong") ? "10:00:00:11:22:33:44:55" : port.wwpn;
+}
+
+std::string ToldVersion(const Call& call, const std::string& version) {
+    return call.faults.Has("wrong") ? wrongVersion : version;
+}
+
 /// Blocks of one port each; readers of such listings count on the columns.
 void ListPorts(const Call& call) {
     constexpr size_t colon = 15;
@@ -29,7 +41,7 @@ void ListPorts(const Call& call) {
     for (const Port& port : ports) {
         Reply& reply = call.reply;
         reply.Line("");
-        reply.Field("Port WWN", colon, port.wwpn);
+        reply.Field("Port WWN", colon, ToldWwpn(call, port));
         reply.Field("Node WWN", colon, "2" + port.wwpn.substr(1));
         reply.Field("Fabric Name", colon, "00:00:00:00:00:00:00:00");
         reply.Field("Flags", colon, "8000f980");
@@ -50,15 +62,15 @@ void ShowAttributes(const Call& call) {
     const Port port = FindPort(call.operands[0]);
     const Facts facts = ReadAdapter(port.adapter);
     Reply& reply = call.reply;
-    reply.Line("HBA Attributes for " + port.wwpn + "\n");
+    reply.Line("HBA Attributes for " + ToldWwpn(call, port) + "\n");
     reply.Field("Host Name", colon, "server");
     reply.Field("Manufacturer", colon, "Emulex Corporation");
     reply.Field("Serial Number", colon, port.serial);
     reply.Field("Model", colon, port.model);
     reply.Field("Node WWN", colon, "2" + port.wwpn.substr(1));
     reply.Field("HW Version", colon, "0000000b");
-    reply.Field("FW Version", colon, FactOf(facts, "running.firmware"));
-    reply.Field("Boot Version", colon, FactOf(facts, "running.bios"));
+    reply.Field("FW Version", colon, ToldVersion(call, FactOf(facts, "running.firmware")));
+    reply.Field("Boot Version", colon, ToldVersion(call, FactOf(facts, "running.bios")));
     reply.Field("Driver Name", colon, "lpfc");
     reply.Field("Driver Version", colon,
                 FactOf(ReadServerFacts("driver"), "loaded") + "; management interface 2.3");
@@ -76,7 +88,8 @@ void Reset(const Call& call) {
 
 void ShowVersion(const Call& call) {
     const Facts facts = ParseFacts(ReadWholeFile(toolVersionFile).value_or(""));
-    call.reply.Line("Command Line Interface Version: " + FactOf(facts, "version") + " (build 1)");
+    call.reply.Line("Command Line Interface Version: " +
+                    ToldVersion(call, FactOf(facts, "version")) + " (build 1)");
 }
 
 struct Verb {

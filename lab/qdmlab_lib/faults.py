@@ -1,6 +1,6 @@
-"""Switches faults of the simulated tool on and off.
+"""Switches faults of the simulated tool, and of the programs and scripts beside it, on and off.
 
-The tool reads them from the state file "faults": a line "VERB KIND VALUE REMAINING" each, "-" for
+They read them from the state file "faults": a line "VERB KIND VALUE REMAINING" each, "-" for
 no value, -1 for a fault that strikes every call.
 """
 
@@ -10,11 +10,12 @@ from .errors import LabError
 from .layout import replace_file
 from .state import locked
 
-VERBS = ("listhbas", "HbaAttributes", "Download", "version", "all")
+VERBS = ("listhbas", "HbaAttributes", "Download", "version", "all", "rpm", "rpm-query", "depmod",
+         "uninstall.sh", "install.sh")
 # What a kind's value is: needed, possible or none.
 KINDS = {"delay": "needed", "hang": None, "error": None, "error64": None, "truncate": "possible",
          "empty": None, "garbage": None, "endless": None, "exit": "possible", "crash": None,
-         "no-effect": None, "effect-then-fail": None}
+         "no-effect": None, "effect-then-fail": None, "no-line-ends": None, "wrong": None}
 EVERY_CALL = -1
 
 

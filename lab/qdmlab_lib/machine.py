@@ -54,7 +54,8 @@ def write_etc(folder, utility):
 
 
 def write_recorders(lab):
-    shutil.copy(os.path.join(SCRIPTS, "record.sh"), lab.state("record.sh"))
+    for name in ("record.sh", "faults.sh"):
+        shutil.copy(os.path.join(SCRIPTS, name), lab.state(name))
     for name in RECORDED:
         shutil.copy(os.path.join(SCRIPTS, "recorded"), lab.root(f"{RECORDED_FOLDER}/{name}"))
 

@@ -25,18 +25,28 @@ start_daemon() {
     echo $! >/run/discoveryd.pid
 }
 
-if [ "$1" != -q ]; then
+ask() {
     printf 'Install One Command Manager %s? [y/n] ' "$version"
     read -r answer
     [ "$answer" = y ] || fail "not wanted"
-fi
-fail_at_first
-echo "Installing One Command Manager $version"
-mkdir -p "$folder" || fail "no folder"
-install -m 755 "$payload/hbacmd" "$folder/hbacmd" || fail "no tool"
-echo "version $version" >"$folder/version" || fail "no version"
-for name in emulexDiscConfig emulexRMConfig; do
-    install -m 644 "$payload/$name" "/etc/$name" || fail "no configuration"
-done
-[ "$daemon" = no ] || start_daemon
-echo "Installation complete"
+}
+
+half() {
+    mkdir -p "$folder" && install -m 755 "$payload/hbacmd" "$folder/hbacmd"
+}
+
+work() {
+    [ "$1" = -q ] || ask
+    fail_at_first
+    echo "Installing One Command Manager $version"
+    half || fail "no tool"
+    echo "version $version" >"$folder/version" || fail "no version"
+    for name in emulexDiscConfig emulexRMConfig; do
+        install -m 644 "$payload/$name" "/etc/$name" || fail "no configuration"
+    done
+    [ "$daemon" = no ] || start_daemon
+    echo "Installation complete"
+}
+
+verb=install.sh success="Installation complete" wrong="Installation failed: no tool"
+. /var/lib/qdmlab/faults.sh

@@ -16,9 +16,18 @@ stop_daemon() {
     rm -f /run/discoveryd.pid "$folder/discoveryd"
 }
 
-[ "$fail_uninstall" = no ] || fail "a module that never removes anything"
-echo "Removing One Command Manager"
-stop_daemon
-rm -f "$folder/hbacmd" "$folder/version" /etc/emulexDiscConfig /etc/emulexRMConfig ||
-    fail "files stay behind"
-echo "Removal complete"
+half() {
+    rm -f "$folder/hbacmd"
+}
+
+work() {
+    [ "$fail_uninstall" = no ] || fail "a module that never removes anything"
+    echo "Removing One Command Manager"
+    stop_daemon
+    rm -f "$folder/hbacmd" "$folder/version" /etc/emulexDiscConfig /etc/emulexRMConfig ||
+        fail "files stay behind"
+    echo "Removal complete"
+}
+
+verb=uninstall.sh success="Removal complete" wrong="Removal failed: files stay behind"
+. /var/lib/qdmlab/faults.sh

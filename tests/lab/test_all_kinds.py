@@ -206,7 +206,7 @@ def fail_late(lab, line=b"fail_at_first"):
     with zipfile.ZipFile(module, "w") as archive:
         for member, data in members.items():
             if member.filename.endswith("/install.sh"):
-                data = data.replace(b"\nfail_at_first\n", b"\n")
+                data = data.replace(b"\n    fail_at_first\n", b"\n")
                 data = data.replace(b'|| fail "no tool"\n', b'|| fail "no tool"\n' + line + b"\n")
             archive.writestr(member, data)
     lab.repository()
