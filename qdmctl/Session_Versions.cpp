@@ -1,6 +1,7 @@
 #include "host/CDriver.h"
 #include "host/CFirmware.h"
 #include "host/CUtility.h"
+#include "qdmctl/AttributeAnswer.h"
 #include "qdmctl/ConfigReport.h"
 #include "qdmctl/Reasons.h"
 #include "qdmctl/RepairNote.h"
@@ -15,6 +16,7 @@ namespace {
 /// A reading that fails in time is repeated once.
 constexpr int Attempts = 2;
 constexpr char OutOfTime[] = "it did not answer in time and was ended";
+constexpr char OfOtherPort[] = "its answer is not of this port, or has an unknown form";
 constexpr char ReaderLost[] = "the process that asked it was ended by somebody else";
 
 /// The provider's word for a port whose attributes could not be fetched, unlike those that have an
@@ -138,10 +140,15 @@ bool Session::ReadPortVersions(PortSession& port) {
         const CallRecord record;
         inTime =
             Reading(ReadingStep("reading versions", &port), [&] { ReadAttributes(port, record); });
-        if (inTime && !AttributesFailed(record)) {
+        const bool answered = inTime && !AttributesFailed(record);
+        if (answered && !NamesOtherPort(root, port.view.wwpn)) {
             return true;
         }
         reason = inTime ? ReasonOfReading(record) : OutOfTime;
+        if (answered) {
+            reason = OfOtherPort;
+            ForgetAttributes(port);
+        }
     }
     port.view.versions = {};
     TellAttributesFailure(port, reason);

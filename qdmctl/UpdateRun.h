@@ -70,7 +70,8 @@ private:
 
     void CheckOne(Progress& run);
     void CheckServer();
-    Finding Confirm(CModuleManager& module);
+    Finding Confirm(Progress& run);
+    bool IsOfOtherPort(const Progress& run) const;
     void Conclude(Progress& run, const Finding& finding);
     bool SetByDisk(Finding& finding);
     void SetUpdated(Progress& run);
@@ -81,6 +82,7 @@ private:
     void Keep(std::optional<Error> error);
     void SetUnconfirmed(Progress& run, const Finding& finding);
     void TellState(Progress& run, const char* hint);
+    void TellInstalledDriver(const Progress& run);
     void TellMissingTool(Error& error) const;
     void Report();
     void TellInterruption();

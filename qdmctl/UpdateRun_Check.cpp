@@ -1,4 +1,5 @@
 #include "host/CModuleManager.h"
+#include "qdmctl/AttributeAnswer.h"
 #include "qdmctl/DriverPackage.h"
 #include "qdmctl/UpdateRun.h"
 #include "qdmctl/UpdateTexts.h"
@@ -38,7 +39,7 @@ void UpdateRun::CheckApplied() {
 
 void UpdateRun::CheckOne(Progress& run) {
     if (run.alive) {
-        Conclude(run, Confirm(*run.item->module));
+        Conclude(run, Confirm(run));
     } else {
         TellState(run, TextsOf(traits->kind).whenOther);
     }
@@ -53,11 +54,12 @@ void UpdateRun::CheckServer() {
         const StepScope step(session.console, MakeStep(run, "check"));
         if (run.error && run.begun) {
             TellState(run, TextsOf(traits->kind).whenOther);
+            TellInstalledDriver(run);
         }
         if (!run.begun || !run.alive) {
             continue;
         }
-        const Finding finding = Confirm(*run.item->module);
+        const Finding finding = Confirm(run);
         const bool better = finding.confirmed || (result.unreadable && !finding.unreadable);
         if (first == nullptr || (better && !result.confirmed)) {
             first = &run;
@@ -84,13 +86,23 @@ void UpdateRun::CheckServer() {
     Report();
 }
 
-UpdateRun::Finding UpdateRun::Confirm(CModuleManager& module) {
+/// Firmware is what the port itself tells; an answer about another one confirms nothing.
+bool UpdateRun::IsOfOtherPort(const Progress& run) const {
+    return Is(FirmwareKind) && NamesOtherPort(session.Root(), run.item->port->view.wwpn);
+}
+
+UpdateRun::Finding UpdateRun::Confirm(Progress& run) {
+    CModuleManager& module = *run.item->module;
     Finding finding;
     for (int attempt = 0; attempt < Attempts; ++attempt) {
         const CallRecord record;
         finding.confirmed = !module.ExecuteUpdateApplyCheck();
         finding.unreadable = record.TellsUnreadable();
         finding.messageId = record.MessageId();
+        if (IsOfOtherPort(run)) {
+            finding.confirmed = false;
+            finding.unreadable = true;
+        }
         if (finding.confirmed || !finding.unreadable || session.console.StopRequested()) {
             break;
         }
@@ -167,6 +179,20 @@ void UpdateRun::SetUnconfirmed(Progress& run, const Finding& finding) {
     ShareFailure(run);
 }
 
+/// A package whose installation was told as failed may be there all the same: installing it again
+/// would be refused.
+void UpdateRun::TellInstalledDriver(const Progress& run) {
+    if (!Is(DriverKind)) {
+        return;
+    }
+    const auto packages = InstalledDriverPackages(session);
+    if (std::count(packages.begin(), packages.end(), run.item->View().offered) > 0) {
+        Error& error = session.answer.errors[*run.error];
+        error.message += "; the package of the offered version is installed all the same";
+        error.hint = PreferenceRemedy(session);
+    }
+}
+
 /// What is true once the dust has settled, and what is to be done then.
 void UpdateRun::TellState(Progress& run, const char* hint) {
     const UpdateTexts& texts = TextsOf(traits->kind);
@@ -176,7 +202,7 @@ void UpdateRun::TellState(Progress& run, const char* hint) {
         return;
     }
     const std::string version = run.item->module->GetOperatingVersion();
-    if (IsUnreadable(version)) {
+    if (IsUnreadable(version) || IsOfOtherPort(run)) {
         error.message += std::string("; ") + texts.notReadable;
         error.hint = texts.whenUnreadable;
         return;
