@@ -32,6 +32,7 @@ constexpr ErrorKind errorKinds[] = {
     {"work-area", exitFailed},
     {"disk-full", exitFailed},
     {"output-failed", exitFailed},
+    {"limits", exitFailed},
     {"update-failed", exitFailed},
     {"not-confirmed", exitFailed},
     {"repair-failed", exitFailed},

@@ -25,6 +25,7 @@ enum class ErrorId {
     WorkArea,
     DiskFull,
     Output,
+    Limits,
     UpdateFailed,
     NotConfirmed,
     RepairFailed,

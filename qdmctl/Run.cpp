@@ -3,6 +3,7 @@
 #include "qdmctl/AnswerJson.h"
 #include "qdmctl/AnswerTable.h"
 #include "qdmctl/Command.h"
+#include "qdmctl/Limits.h"
 #include "qdmctl/Options.h"
 #include "qdmctl/Worker.h"
 
@@ -16,7 +17,10 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace qdmctl {
 namespace {
@@ -80,13 +84,17 @@ void PrintAnswer(const Answer& answer, bool json) {
     }
 }
 
-Answer UsageAnswer(const char* schema, const std::string& message, const std::string& hint) {
+Answer RefusalAnswer(const char* schema, Error error) {
     Answer answer;
     answer.schema = schema;
     answer.result = Result::Failed;
-    answer.exitCode = ExitCodeOf(ErrorId::Usage);
-    answer.errors.push_back(MakeError(ErrorId::Usage, message, hint));
+    answer.exitCode = ExitCodeOf(error.id);
+    answer.errors.push_back(std::move(error));
     return answer;
+}
+
+Answer UsageAnswer(const char* schema, const std::string& message, const std::string& hint) {
+    return RefusalAnswer(schema, MakeError(ErrorId::Usage, message, hint));
 }
 
 /// The options are not known when the command line is wrong.
@@ -106,13 +114,25 @@ Answer Execute(const Options& options) {
                            "nobody can be asked here whether the server may be changed",
                            "add --yes to go ahead without a question, or --dry-run to look only");
     }
+    if (auto error = LiftLimits()) {
+        return RefusalAnswer(options.command->schema, std::move(*error));
+    }
     return RunInWorker(options);
+}
+
+/// The usual end of an exception that cannot even be made. The end by a signal tells nobody
+/// anything; of a worker it is told by the front process.
+[[noreturn]] void EndForLackOfMemory() {
+    constexpr std::string_view text = "qdmctl: ended for lack of memory (see ulimit -v)\n";
+    static_cast<void>(!::write(STDERR_FILENO, text.data(), text.size()));
+    ::_exit(ExitCodeOf(ErrorId::Limits));
 }
 
 }  // namespace
 
 int Run(int argc, const char* const* argv) {
     std::signal(SIGPIPE, SIG_IGN);
+    std::set_terminate(EndForLackOfMemory);
     const CommandLine line = ParseCommandLine(argc, argv);
     if (line.proceed) {
         const Answer answer = Execute(line.options);
