@@ -7,7 +7,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <ctime>
+#include <filesystem>
 #include <fstream>
+#include <system_error>
 
 namespace qdmctl {
 namespace {
@@ -23,13 +26,27 @@ std::string FirstLineOf(const std::string& path) {
     return line;
 }
 
+/// The provider takes these for new, for as long as the clock has been set back.
+bool IsOfFuture(const std::string& root) {
+    const std::time_t now = std::time(nullptr);
+    std::error_code failed;
+    for (const auto& entry : std::filesystem::directory_iterator(root + CacheFolder, failed)) {
+        struct stat status {};
+        if (::lstat(entry.path().c_str(), &status) == 0 && status.st_mtime > now) {
+            return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 void CacheGuard::Begin(const std::string& root) {
     mark = root + MarkFile;
     struct stat status {};
     const std::string boot = BootIdentifier();
-    if (::lstat(mark.c_str(), &status) == 0 || FirstLineOf(root + BootFile) != boot) {
+    if (::lstat(mark.c_str(), &status) == 0 || FirstLineOf(root + BootFile) != boot ||
+        IsOfFuture(root)) {
         Drop(root);
     }
     const FileHandle made(

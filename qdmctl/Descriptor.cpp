@@ -253,8 +253,11 @@ void UseArchitecture(Descriptor& descriptor, const std::string& architecture) {
 
 std::string DistrustOf(const std::string& path) {
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0) {
+    if (lstat(path.c_str(), &status) != 0) {
         return SystemText(errno);
+    }
+    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+        return S_ISLNK(status.st_mode) ? "is a link" : "is no plain file";
     }
     if (status.st_uid != 0 && status.st_uid != geteuid()) {
         return "belongs to user " + std::to_string(status.st_uid) + ", must belong to root";

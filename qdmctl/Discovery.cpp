@@ -79,21 +79,34 @@ bool HasKeyForm(const Model& model, const std::string& key) {
     return true;
 }
 
+/// Whether the list goes as far as it says; what such an entry holds is another matter.
+bool HasEntry(int number, const std::string& file) {
+    const std::string key = "Device" + std::to_string(number);
+    char text[2];
+    return GetPrivateProfileStringA(section, key.c_str(), "", text, sizeof text, file.c_str()) > 0;
+}
+
+Loaded<std::vector<PciIds>> Refuse(const std::string& file, const std::string& reason) {
+    return {std::nullopt,
+            {MakeError(ErrorId::Internal, file + ": " + reason, "install the provider again")}};
+}
+
 }  // namespace
 
 Loaded<std::vector<PciIds>> ReadSupportedDevices(const std::string& file) {
     const std::size_t slash = file.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : file.substr(0, slash);
     const PlainFile list = OpenPlainFile(folder, file.substr(slash + 1));
-    if (!list.refusal.empty()) {
-        Error error;
-        error.message = file + ": " + list.refusal;
-        error.hint = "install the provider again";
-        return {std::nullopt, {error}};
+    const std::string distrust = list.refusal.empty() ? DistrustOf(file) : list.refusal;
+    if (!distrust.empty()) {
+        return Refuse(file, distrust);
     }
     std::vector<PciIds> devices;
     const int count =
         std::min(GetPrivateProfileIntA(section, countKey, 0, file.c_str()), mostEntries);
+    if (count < 1 || !HasEntry(count, file)) {
+        return Refuse(file, "is empty or cut short");
+    }
     for (int i = 1; i <= count; ++i) {
         PciIds ids = {ReadId("Vendor" + std::to_string(i), "VEN_", file),
                       ReadId("Device" + std::to_string(i), "DEV_", file)};

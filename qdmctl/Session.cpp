@@ -137,8 +137,8 @@ bool Session::LoadProvider() {
     descriptor = std::move(*loaded.value);
     UseArchitecture(descriptor, CCommon_Information::GetArchitectureInfo("qdmctl"));
     const std::string file = descriptor.folder + "/" + descriptor.library;
-    std::string reason = DistrustOf(file);
-    reason = reason.empty() ? library.Open(file) : reason;
+    const std::string distrust = DistrustOf(file);
+    const std::string reason = distrust.empty() ? library.Open(file) : file + " " + distrust;
     if (!reason.empty()) {
         AddError(ErrorId::WorkArea, "the provider cannot be loaded: " + reason,
                  "install the provider again; its files belong to root alone");

@@ -7,7 +7,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <cerrno>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace qdmctl {
@@ -25,8 +27,17 @@ Error FolderError(const std::string& folder, const std::string& what) {
                      "alone, writable, and no links");
 }
 
-constexpr const char* workFolders[] = {
-    "/tmp", "/tmp/EMULEX", "/tmp/EMULEX/cache", "/tmp/EMULEX/temp", ScratchFolder, stateFolder};
+struct WorkFolder {
+    const char* path;
+    bool holdsFolders;
+};
+
+constexpr WorkFolder workFolders[] = {{"/tmp", true},
+                                      {"/tmp/EMULEX", true},
+                                      {"/tmp/EMULEX/cache", false},
+                                      {"/tmp/EMULEX/temp", true},
+                                      {ScratchFolder, true},
+                                      {stateFolder, false}};
 
 std::optional<Error> CheckFolder(const std::string& folder, uid_t owner) {
     struct stat status {};
@@ -38,6 +49,46 @@ std::optional<Error> CheckFolder(const std::string& folder, uid_t owner) {
     }
     const std::string fault = OtherHands(status, owner);
     return fault.empty() ? std::nullopt : std::optional<Error>(FolderError(folder, fault));
+}
+
+/// What a program writes to must be its own: not reached through a link, and nothing that makes
+/// it wait. Files of these folders are opened by tools, too, which look at nothing.
+std::optional<Error> CheckEntry(const std::string& path, bool folderAllowed, uid_t owner) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+        return std::nullopt;  // gone meanwhile
+    }
+    const bool sound = S_ISREG(status.st_mode) || (folderAllowed && S_ISDIR(status.st_mode));
+    if (sound && status.st_uid == owner) {
+        return std::nullopt;
+    }
+    return MakeError(ErrorId::WorkArea,
+                     path + (sound ? " belongs to another user" : " is no plain file"),
+                     "look how it came there and remove it; it is made anew where it is needed");
+}
+
+std::optional<Error> CheckEntries(const std::string& root, const WorkFolder& folder, uid_t owner) {
+    std::error_code failed;
+    for (const auto& entry : std::filesystem::directory_iterator(root + folder.path, failed)) {
+        if (auto error = CheckEntry(entry.path(), folder.holdsFolders, owner)) {
+            return error;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Error> CheckFiles(const std::string& root, uid_t owner) {
+    for (const char* const file : {"/qdmctl.lock", "/qdmctl-read.lock"}) {
+        if (auto error = CheckEntry(root + file, false, owner)) {
+            return error;
+        }
+    }
+    for (const WorkFolder& folder : workFolders) {
+        if (auto error = CheckEntries(root, folder, owner)) {
+            return error;
+        }
+    }
+    return std::nullopt;
 }
 
 std::optional<Error> MakeFolder(const std::string& folder) {
@@ -81,10 +132,13 @@ std::optional<Error> CheckWorkFolders(const std::string& root) {
     if (auto error = CheckFolder(root, ::geteuid())) {
         return error;
     }
-    for (const char* folder : workFolders) {
-        if (auto error = MakeFolder(root + folder)) {
+    for (const WorkFolder& folder : workFolders) {
+        if (auto error = MakeFolder(root + folder.path)) {
             return error;
         }
+    }
+    if (auto error = CheckFiles(root, ::geteuid())) {
+        return error;
     }
     return CheckWritable(root + ScratchFolder);
 }
@@ -98,15 +152,16 @@ std::optional<Error> InspectWorkFolders(const std::string& root) {
     if (auto error = CheckFolder(root, owner)) {
         return error;
     }
-    for (const char* folder : workFolders) {
+    for (const WorkFolder& folder : workFolders) {
         struct stat status {};
-        const bool seen = ::lstat((root + folder).c_str(), &status) == 0;
-        auto error = seen ? CheckFolder(root + folder, owner) : std::nullopt;
+        const std::string path = root + folder.path;
+        const bool seen = ::lstat(path.c_str(), &status) == 0;
+        auto error = seen ? CheckFolder(path, owner) : std::nullopt;
         if (error) {
             return error;
         }
     }
-    return std::nullopt;
+    return CheckFiles(root, owner);
 }
 
 std::string OpenWorkFolder(const std::string& root) {

@@ -1,8 +1,12 @@
 """Faults of the server and of packages: what is told, what is left behind, and the next run."""
 
+import contextlib
 import os
 import random
 import shutil
+import signal
+import socket
+import time
 import zipfile
 
 import pytest
@@ -96,12 +100,136 @@ FAULTS = [
 
 @pytest.mark.parametrize("spoil, options, error, named", [row[1:] for row in FAULTS],
                          ids=[row[0] for row in FAULTS])
-def test_fault_of_the_server(server, spoil, options, error, named):
+def test_fault_of_the_server(server, tried, spoil, options, error, named):
+    tried("system faults", "work area and disk", "refused with the reason")
     mend = spoil(server)
     answer = update(server, *options)
     mend()
     refused(server, answer, error, 1, named)
     updates(server)
+
+
+def in_place(make):
+    """Puts something else where a file of the product lies; what was there comes back."""
+    def spoil(place):
+        aside = place.with_name(f"..{place.name}")
+        place.parent.mkdir(mode=0o700, parents=True, exist_ok=True)
+        if place.exists():
+            place.rename(aside)
+        make(place, aside)
+        def mend():
+            if place.is_dir() and not place.is_symlink():
+                place.rmdir()
+            else:
+                place.unlink(missing_ok=True)
+            if aside.exists():
+                aside.rename(place)
+        return mend
+    return spoil
+
+
+def bind_socket(place, _):
+    with contextlib.chdir(place.parent), socket.socket(socket.AF_UNIX) as one:
+        one.bind(place.name)
+
+
+def foreign_file(place, aside):
+    place.write_bytes(aside.read_bytes() if aside.exists() else b"")
+    os.chown(place, 1000, 1000)
+
+
+VICTIM = "/etc/hostname"
+ODD = {"link": lambda place, _: place.symlink_to(VICTIM), "pipe": lambda place, _: os.mkfifo(place),
+       "folder": lambda place, _: place.mkdir(), "socket": bind_socket, "foreign": foreign_file}
+PLACES = ("qdmctl.lock", "qdmctl-read.lock", "log/events.log", "state/pending.json",
+          "state/pending.json.new", "state/repair.json", "tmp/EMULEX/cache/Listhbas.txt",
+          "tmp/EMULEX/cache/HbaAttrib10-00-00-90-fa-16-03-00.txt", "tmp/qdmctl/boot",
+          "tmp/EMULEX/temp/temp_hbacmd_Download.txt", "tmp/qdmctl/unfinished", "tmp/qdmctl/probe")
+
+
+@pytest.mark.parametrize("odd", ODD)
+def test_odd_things_in_place_of_files(server, tried, odd):
+    """Nothing is written through a link or waits for a pipe; what is not refused is done."""
+    victim = server.inside(VICTIM).read_bytes()
+    for path in PLACES:
+        before = len(server.calls("Download"))
+        mend = in_place(ODD[odd])(server.inside(f"{ROOT}/{path}"))
+        answer = update(server)
+        outside = server.inside(VICTIM)
+        assert outside.read_bytes() == victim and outside.stat().st_uid == 0, path
+        if answer.exit_code != 0:
+            assert answer.error_ids() == ["work-area"], (path, answer)
+            assert f"{ROOT}/{path.removesuffix('/probe')}" in answer.json["errors"][0]["message"]
+            assert len(server.calls("Download")) == before
+        mend()
+        tried("system faults", f"{odd} in place of a file",
+              "refused with the reason" if answer.exit_code else "done all the same")
+    updates(server)
+
+
+def cut(place, aside):
+    place.write_bytes(aside.read_bytes()[:min(aside.stat().st_size // 2, 20000)])
+
+
+def of_other_machine(place, aside):
+    data = bytearray(aside.read_bytes())
+    data[18:20] = b"\xb7\0"  # AArch64
+    place.write_bytes(data)
+
+
+PARTS = {"EMULEX_FC.json": "internal", "FcVCFac.ini": "internal", "libqdmp_EMULEX_FC.so": "work-area"}
+WRONG_PARTS = {**ODD, "link": lambda place, aside: place.symlink_to(aside.name), "cut": cut,
+               "empty": lambda place, _: place.write_bytes(b""),
+               "open": lambda place, aside: (shutil.copy(aside, place), place.chmod(0o666))}
+LIBRARIES = {"other machine": of_other_machine,
+             "other library": lambda place, _: shutil.copy(
+                 place.parents[3] / "qdmctl/lib/libqdm_DllCommon.so", place)}
+
+
+@pytest.mark.parametrize("part", PARTS)
+def test_damaged_provider_is_refused(server, tried, part):
+    for odd, make in {**WRONG_PARTS, **(LIBRARIES if part.endswith(".so") else {})}.items():
+        mend = in_place(make)(server.inside(f"{ROOT}/{part}"))
+        answer = update(server)
+        mend()
+        refused(server, answer, PARTS[part], 1, f"{ROOT}/{part}")
+        tried("system faults", f"{part}: {odd}", "refused with the reason")
+    updates(server)
+
+
+@pytest.mark.parametrize("option, low, enough", [
+    ("-n", (3, 4, 5, 6, 7, 8, 9, 10, 12, 16, 32, 63), 64), ("-f", (0, 1, 8, 64, 1024), 1 << 21),
+    ("-t", (1, 3599), 3600), pytest.param("-v", (
+        4000, 8000, *range(9500, 11500, 250), 12000, 16000, 32000, 64000, 524287),
+        524288, marks=pytest.mark.cost)])
+def test_limits_of_the_caller(server, tried, option, low, enough):
+    """Too low: nothing is begun. A program that cannot even be loaded the system itself ends."""
+    def limited(limit):
+        line = f"ulimit {limit} && exec qdmctl update --repo /repo --yes --json"
+        return server.run("sh", "-c", line)
+
+    for value in low:
+        done = limited(f"{option} {value}")
+        loading = (127, -signal.SIGABRT) if done.stdout == "" and value < 12000 else ()
+        assert done.returncode in loading or \
+            done.returncode == 1 and (f"ulimit {option}" in done.stdout + done.stderr), done
+        tried("system faults", f"ulimit {option}", "refused with the reason")
+    assert server.calls() == [] and running(server) != VERSION
+    lifted = limited(f"-S {option} {9 if option != '-v' else 32000}")
+    assert lifted.returncode == 0, "one's own soft limit is lifted"
+    assert limited(f"{option} {enough}").returncode == 0 and running(server) == VERSION
+
+
+@pytest.mark.parametrize("age, calls", [(1800, 0), (3540, 0), (3660, 3), (-30, 3), (-3540, 3),
+                                        (-7200, 3), (1 << 30, 3)])
+def test_caches_after_a_change_of_the_clock(server, tried, age, calls):
+    """Less than an hour old they are good; what comes from the future is of unknown age."""
+    before = server.qdmctl("list").json
+    for file in server.inside(f"{ROOT}/tmp/EMULEX/cache").iterdir():
+        os.utime(file, (time.time() - age,) * 2)
+    called = len(server.calls())
+    assert server.qdmctl("list").json == before and len(server.calls()) - called == calls
+    tried("system faults", "clock set back or forward", "right answer")
 
 
 def add_member(lab, data):
