@@ -90,16 +90,16 @@ def attack(lab, cases):
 def test_command_line_and_environment(make_lab, tried):
     lab = make_lab("single")
     lab.write_index([])
-    hostile = [(row, name) for row in OPTIONS for name in names(row[2])]
-    answers = attack(lab, [
-        case(words, {"QDM_TRACE": "/tmp/trace", variable: name}) if variable else
-        case((*words, name)) for (words, variable, _, _), name in hostile])
-    wrong = [(row, name, answer.json["errors"]) for (row, name), answer in zip(hostile, answers)
-             if not set(answer.error_ids() or ["ok"]) <= row[3]]
-    assert not wrong, wrong
-    for words, variable, sound, _ in OPTIONS:
+    for words, variable, sound, outcomes in OPTIONS:
+        hostile = names(sound)
+        answers = attack(lab, [
+            case(words, {"QDM_TRACE": "/tmp/trace", variable: name}) if variable else
+            case((*words, name)) for name in hostile])
+        wrong = [(name, answer.json["errors"]) for name, answer in zip(hostile, answers)
+                 if not set(answer.error_ids() or ["ok"]) <= outcomes]
+        assert len(answers) == len(hostile) and not wrong, (words, variable, wrong)
         what = f"{variable}=..." if variable else " ".join(("qdmctl", *words, "..."))
-        tried("hostile names", what, "refused, or taken for a file's name", len(names(sound)))
+        tried("hostile names", what, "refused, or taken for a file's name", len(hostile))
 
 
 def changed(value, keys):
