@@ -56,8 +56,9 @@ class Server:
         return [*(["list"] if words == "list" else update), "--read-timeout", "1"]
 
     def begun(self, verb):
-        """Calls of a verb so far, of programs those that change the server."""
-        return [call for call in self.lab.calls(verb) if call["arguments"][:1] not in ASKING]
+        """Calls of a verb so far, of rpm those that change the server."""
+        return [call for call in self.lab.calls(verb)
+                if verb != "rpm" or call["arguments"][:1] not in ASKING]
 
     def holds_what_was_offered(self, kind):
         state = self.lab.show()

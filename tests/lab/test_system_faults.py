@@ -177,7 +177,8 @@ def of_other_machine(place, aside):
     place.write_bytes(data)
 
 
-PARTS = {"EMULEX_FC.json": "internal", "FcVCFac.ini": "internal", "libqdmp_EMULEX_FC.so": "work-area"}
+PARTS = {"EMULEX_FC.json": "internal", "FcVCFac.ini": "internal",
+         "libqdmp_EMULEX_FC.so": "work-area"}
 WRONG_PARTS = {**ODD, "link": lambda place, aside: place.symlink_to(aside.name), "cut": cut,
                "empty": lambda place, _: place.write_bytes(b""),
                "open": lambda place, aside: (shutil.copy(aside, place), place.chmod(0o666))}
