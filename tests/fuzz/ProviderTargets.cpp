@@ -1,4 +1,5 @@
 #include "host/CStringUtil.h"
+#include "host/PrivateProfile.h"
 #include "provider/common/CEmulexCommon.h"
 #include "provider/modules/CEMULEX_OCM_Utility.h"
 #include "provider/modules/OperatingVersion.h"
@@ -112,8 +113,14 @@ void UtilityConfiguration(const std::string& text) {
 }
 
 void DeviceLists(const std::string& text) {
+    // Each entry is looked up in the file by itself, so that a great number takes seconds.
+    constexpr int mostEntries = 500;
+    const std::string list = Put("FcVCFac.ini", text);
+    if (GetPrivateProfileIntA("SuportDevice", "SuportDeviceNum", 0, list.c_str()) > mostEntries) {
+        return;
+    }
     std::list<std::string> cna, fc, vendors;
-    CEmulexCommon::GetVenDevIdList(Put("FcVCFac.ini", text), &cna, nullptr, nullptr, &fc);
+    CEmulexCommon::GetVenDevIdList(list, &cna, nullptr, nullptr, &fc);
     CEmulexCommon::GetVenDevIdList(Put("CnaVCFac.ini", text), &cna, nullptr, nullptr, &fc);
     CEmulexCommon::GetVenderIdList(&vendors);
     Require(vendors.size() >= cna.size(), "no converged adapter of an unknown vendor");
