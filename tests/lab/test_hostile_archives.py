@@ -9,6 +9,8 @@ import pytest
 from conftest import REPOSITORY, Answer
 from exec_trace import OWN, ROOT, trace, unexpected
 
+pytestmark = pytest.mark.slow
+
 MODELS = 64  # as many as a descriptor may hold
 MODEL = ["fcelx_16g", *(f"m{number}" for number in range(1, MODELS))]
 VERSION = "11.2.156.27"
@@ -51,7 +53,6 @@ def holdings(lab):
             if not OWN.fullmatch(f"/{path.relative_to(top)}")}
 
 
-@pytest.mark.slow
 def test_hostile_archives_are_refused_before_anything_is_unpacked(make_lab, tried):
     lab = server_of_models(make_lab)
     sound = lab.package(MODEL[0], VERSION, name="sound.zip")

@@ -169,7 +169,8 @@ def test_what_tool_and_kernel_tell(make_lab, tried):
     for index, wwpn in enumerate(wwpns):
         tells(lab, f"HbaAttributes{wwpn}", re.sub(
             "(?m)^((?:(?:FW|Driver|Boot) Version|Model|Serial Number) *: )(.*)",
-            lambda found, index=index: found[1] + names(found[2])[index], attributes))
+            lambda found, index=index: found[1] + names(found[2])[index],
+            attributes.replace(wwpns[0], wwpn)))
     asked = [case(words) for words in (
         ("list",), ("report", "--output", "/tmp/out"), ("info", DEVICE), ("doctor",), ("restore",))]
     answers = attack(lab, asked)
