@@ -199,7 +199,9 @@ def test_damaged_provider_is_refused(server, tried, part):
 
 
 @pytest.mark.parametrize("option, low, enough", [
-    ("-n", (3, 4, 5, 6, 7, 8, 9, 10, 12, 16, 32, 63), 64), ("-f", (0, 1, 8, 64, 1024), 1 << 21),
+    # Sanitizers need descriptors and memory of their own.
+    pytest.param("-n", (3, 4, 5, 6, 7, 8, 9, 10, 12, 16, 32, 63), 64, marks=pytest.mark.cost),
+    ("-f", (0, 1, 8, 64, 1024), 1 << 21),
     ("-t", (1, 3599), 3600), pytest.param("-v", (
         4000, 8000, *range(9500, 11500, 250), 12000, 16000, 32000, 64000, 524287),
         524288, marks=pytest.mark.cost)])
