@@ -56,7 +56,9 @@ FileHandle OpenForWriting(const OutputFile& file) {
 void Replace(const OutputFile& file) {
     const FileHandle handle = OpenForWriting(file);
     if (handle.IsOpen() && ::ftruncate(handle.Get(), 0) == 0) {
-        static_cast<void>(::pwrite(handle.Get(), Ended.data(), Ended.size(), 0));
+        // An empty file is refused as well.
+        [[maybe_unused]] const ssize_t written =
+            ::pwrite(handle.Get(), Ended.data(), Ended.size(), 0);
     }
 }
 

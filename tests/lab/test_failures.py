@@ -51,9 +51,11 @@ class Server:
             self.lab.package(None, f"10.2.{400 + self.number}.1", "--without", "x86", kind=kind)
         self.offered = {one["version"] for one in self.lab.repository()["packages"]}
 
-    def command(self, words):
+    def command(self, words, fault=""):
+        """Output without end is to be ended for its length, however slow the machine is."""
         update = ["update", "--repo", "/repo", "--yes"]
-        return [*(["list"] if words == "list" else update), "--read-timeout", "1"]
+        return [*(["list"] if words == "list" else update),
+                "--read-timeout", "20" if fault == "endless" else "1"]
 
     def begun(self, verb):
         """Calls of a verb so far, of rpm those that change the server."""
@@ -145,7 +147,7 @@ def test_run_ends_as_documented(server, tried, row):
     if command == "update after list":
         lab.qdmctl("list")
     lab.fault(verb, *re.sub("delay$", "delay 100", fault).split())
-    answer = lab.qdmctl(*server.command(command))
+    answer = lab.qdmctl(*server.command(command, fault))
     lab.fault("--clear")
     state = lab.show()
 
