@@ -26,6 +26,35 @@ std::string Bare(std::string wwpn) {
     return wwpn;
 }
 
+/// As the tool and the provider write it, most often.
+std::string UsualName(const std::string& wwpn) {
+    std::string name = filePrefix;
+    for (std::size_t i = 0; i < wwpn.size(); ++i) {
+        if (i != 0 && i % 2 == 0) {
+            name += '-';
+        }
+        name += static_cast<char>(std::tolower(static_cast<unsigned char>(wwpn[i])));
+    }
+    return name + ".txt";
+}
+
+/// The file that the provider keeps a port's attributes in; empty where there is none. Only a name
+/// in other letters needs a look at the whole folder, which has a file of every port.
+std::filesystem::path AttributesOf(const std::filesystem::path& folder, const std::string& wwpn) {
+    std::error_code error;
+    const std::filesystem::path usual = folder / UsualName(wwpn);
+    if (std::filesystem::exists(usual, error)) {
+        return usual;
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+        const std::string name = entry.path().stem().string();
+        if (BeginsWith(name, filePrefix) && Bare(name.substr(sizeof filePrefix - 1)) == wwpn) {
+            return entry.path();
+        }
+    }
+    return {};
+}
+
 bool HeadingNamesOther(const std::filesystem::path& file, const std::string& wwpn) {
     std::ifstream text(file);
     std::string line;
@@ -36,14 +65,8 @@ bool HeadingNamesOther(const std::filesystem::path& file, const std::string& wwp
 }  // namespace
 
 bool NamesOtherPort(const std::string& root, const std::string& wwpn) {
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(root + cacheFolder, error)) {
-        const std::string name = entry.path().stem().string();
-        if (BeginsWith(name, filePrefix) && Bare(name.substr(sizeof filePrefix - 1)) == wwpn) {
-            return HeadingNamesOther(entry.path(), wwpn);
-        }
-    }
-    return false;
+    const std::filesystem::path file = AttributesOf(root + cacheFolder, wwpn);
+    return !file.empty() && HeadingNamesOther(file, wwpn);
 }
 
 }  // namespace qdmctl
