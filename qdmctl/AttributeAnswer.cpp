@@ -42,7 +42,7 @@ std::string UsualName(const std::string& wwpn) {
 /// in other letters needs a look at the whole folder, which has a file of every port.
 std::filesystem::path AttributesOf(const std::filesystem::path& folder, const std::string& wwpn) {
     std::error_code error;
-    const std::filesystem::path usual = folder / UsualName(wwpn);
+    std::filesystem::path usual = folder / UsualName(wwpn);
     if (std::filesystem::exists(usual, error)) {
         return usual;
     }
