@@ -10,9 +10,10 @@ REPOSITORY = pathlib.Path(__file__).resolve().parents[1]
 QDMLAB = REPOSITORY / "lab" / "qdmlab"
 HBACMD = "/usr/sbin/ocmanager/hbacmd"
 QDMCTL = "/opt/qdmctl/bin/qdmctl"
+PROVIDER = "/opt/velmora/qdm/provider/libqdmp_EMULEX_FC.so"
 CACHE = "/opt/velmora/qdm/provider/tmp/EMULEX/cache"
 INSIDE = "/repo/bench"
-PROGRAMS = ("bench_measure", "bench_plugin_host", "libbench_plugin.so")
+PROGRAMS = ("bench_measure", "bench_plugin_host", "libbench_plugin.so", "bench_least_host")
 
 
 def run(*command, **options):
@@ -83,6 +84,7 @@ def inventory_cases(lab):
         one_step("warm", QDMCTL, "list"),
         one_step("script", f"{INSIDE}/admin_list.sh"),
         one_step("floor", f"{INSIDE}/bench_plugin_host", f"{INSIDE}/libbench_plugin.so"),
+        one_step("least", f"{INSIDE}/bench_least_host", PROVIDER, "/tmp/"),
     ]
 
 

@@ -9,7 +9,8 @@ BEGIN, END = "<!-- measured: begin -->\n", "<!-- measured: end -->\n"
 CASES = {"bare": "bare sum of the tool calls", "shells": "the same calls by shell lines",
          "cold": "`qdmctl list`, cold", "cold4": "`qdmctl list --jobs 4`, cold",
          "warm": "`qdmctl list`, warm",
-         "script": "administrator's script", "floor": "program with a plug-in"}
+         "script": "administrator's script", "floor": "program with a plug-in",
+         "least": "the provider's part, warm"}
 
 
 def quartiles(values):

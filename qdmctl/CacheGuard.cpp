@@ -45,13 +45,15 @@ void CacheGuard::Begin(const std::string& root) {
     mark = root + MarkFile;
     struct stat status {};
     const std::string boot = BootIdentifier();
-    if (::lstat(mark.c_str(), &status) == 0 || FirstLineOf(root + BootFile) != boot ||
-        IsOfFuture(root)) {
+    const bool sameBoot = FirstLineOf(root + BootFile) == boot;
+    if (::lstat(mark.c_str(), &status) == 0 || !sameBoot || IsOfFuture(root)) {
         Drop(root);
     }
     const FileHandle made(
         ::open(mark.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
-    std::ofstream(root + BootFile) << boot << "\n";  // the mark stands until this is done
+    if (!sameBoot) {
+        std::ofstream(root + BootFile) << boot << "\n";  // the mark stands until this is done
+    }
 }
 
 void CacheGuard::Drop(const std::string& root) {

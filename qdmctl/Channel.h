@@ -11,8 +11,8 @@ enum class FrameType : char {
     Step = 'S',      ///< a step begins; for a changing step the worker waits for Go or Stop
     StepEnd = 'E',   ///< the running step has ended
     Question = 'Q',  ///< asks the user; the front process replies with Go, No or Stop
-    Partial = 'P',   ///< the answer as it would be if nothing more happened
-    Answer = 'A',    ///< the answer
+    Partial = 'P',   ///< the answer as JSON, as it would be if nothing more happened
+    Output = 'O',    ///< what is to be printed, once the run is over
     // Front to worker.
     Go = 'G',
     No = 'N',  ///< the user's reply to a question

@@ -5,7 +5,7 @@
 namespace qdmctl {
 
 bool Console::Begin(const Step& step) {
-    if (StopRequested() && step.changing) {
+    if (step.changing && StopRequested()) {
         return false;
     }
     if (!channel.Send(FrameType::Step, ToText(step))) {

@@ -60,7 +60,7 @@ Front::Front(Channel& channel, pid_t worker)
       signals(OpenSignals()),
       toolOutput(worker, GetInstallRoot().path + "/tmp") {}
 
-std::optional<Answer> Front::Run() {
+std::optional<Output> Front::Run() {
     while (Serve()) {
         progress.Tick();
         CheckOutput();
@@ -68,7 +68,7 @@ std::optional<Answer> Front::Run() {
     }
     ::close(signals);
     Reap(worker);
-    return answer;
+    return output;
 }
 
 /// Waits a little for the worker or a signal; false when the worker has ended.
@@ -129,11 +129,11 @@ void Front::OnFrame(const Frame& frame) {
                          : interrupted       ? FrameType::Stop
                                              : FrameType::No);
             break;
-        case FrameType::Answer:
-            answered = true;
-            [[fallthrough]];
+        case FrameType::Output:
+            output = OutputFromText(frame.text);
+            break;
         case FrameType::Partial:
-            answer = FromJson(frame.text);
+            reported = FromJson(frame.text);
             break;
         default:
             break;

@@ -2,6 +2,7 @@
 
 #include "qdmctl/Answer.h"
 #include "qdmctl/Channel.h"
+#include "qdmctl/Output.h"
 #include "qdmctl/ProgressDisplay.h"
 #include "qdmctl/ToolOutput.h"
 
@@ -16,22 +17,21 @@ namespace qdmctl {
 void BlockEndingSignals();
 
 /// The process that the user started, while a worker drives the provider: shows progress, takes
-/// signals, ends reading steps that hang, and ends up with the answer. It never ends what a
-/// changing step has started.
+/// signals, ends reading steps that hang, and ends up with what is to be printed. It never ends
+/// what a changing step has started.
 class Front {
 public:
     /// Takes the channel to the worker `worker`. The signals that end a run (see
     /// BlockEndingSignals) are blocked.
     Front(Channel& channel, pid_t worker);
 
-    /// Returns the worker's answer once the worker has ended. When it ended without one, the last
-    /// that it reported is returned, with an error that says so; empty when it reported none.
-    [[nodiscard]] std::optional<Answer> Run();
+    /// Returns what the worker wants to be printed, once it has ended. Empty when it was lost.
+    [[nodiscard]] std::optional<Output> Run();
 
     bool Interrupted() const { return interrupted; }
 
-    /// True when Run returned what the worker last reported and not its answer.
-    bool WorkerLost() const { return !answered; }
+    /// The answer that a lost worker had reported last.
+    const std::optional<Answer>& Reported() const { return reported; }
 
     /// After Run: the worker was lost in a step that changes the server.
     bool ChangingStepRuns() const { return running && running->changing; }
@@ -58,8 +58,8 @@ private:
     Clock::time_point outputChecked;
     Clock::time_point interruptedAt;
     bool interrupted = false;
-    bool answered = false;
-    std::optional<Answer> answer;
+    std::optional<Answer> reported;
+    std::optional<Output> output;
 };
 
 }  // namespace qdmctl

@@ -5,6 +5,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cstring>
 #include <sstream>
 
 #ifndef QDMCTL_VERSION
@@ -156,6 +158,12 @@ void AddJobs(CLI::App& sub, Options& options) {
         ->capture_default_str();
 }
 
+/// Options of a command that the line does not name are nobody's, and cost a start their time.
+bool Names(int argc, const char* const* argv, const Command& command) {
+    return std::any_of(argv, argv + argc,
+                       [&](const char* word) { return std::strcmp(word, command.name) == 0; });
+}
+
 void AddOptions(CLI::App& sub, const Command& command, Options& options) {
     for (const Flag& flag : Flags) {
         if (flag.set == NoOptions || (flag.set & command.options) != 0) {
@@ -213,7 +221,9 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
         CLI::App* sub = app.add_subcommand(command.name, command.summary);
         sub->group("Commands");
         sub->set_version_flag("--version", std::string("qdmctl ") + QDMCTL_VERSION);
-        AddOptions(*sub, command, line.options);
+        if (Names(argc, argv, command)) {
+            AddOptions(*sub, command, line.options);
+        }
     }
     try {
         app.parse(argc, argv);

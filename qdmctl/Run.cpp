@@ -1,21 +1,19 @@
 #include "qdmctl/Run.h"
 
-#include "qdmctl/AnswerJson.h"
-#include "qdmctl/AnswerTable.h"
+#include "qdmctl/Answer.h"
 #include "qdmctl/Command.h"
 #include "qdmctl/Limits.h"
 #include "qdmctl/Options.h"
+#include "qdmctl/Output.h"
 #include "qdmctl/Worker.h"
 
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -62,39 +60,18 @@ void Print(int descriptor, const std::string& text) {
     }
 }
 
-TableStyle StyleOf(int descriptor) {
-    TableStyle style;
-    winsize size{};
-    const bool terminal = ::ioctl(descriptor, TIOCGWINSZ, &size) == 0;
-    style.width = terminal ? size.ws_col : 0;
-    const char* kind = std::getenv("TERM");
-    style.colour = terminal && std::getenv("NO_COLOR") == nullptr && kind != nullptr &&
-                   std::strcmp(kind, "dumb") != 0;
-    return style;
+int Tell(const Output& output) {
+    Print(output.toErrors ? STDERR_FILENO : STDOUT_FILENO, output.text);
+    return output.exitCode;
 }
 
-/// Errors of a run without a table go to standard error, where people look for them.
-void PrintAnswer(const Answer& answer, bool json) {
-    if (json) {
-        Print(STDOUT_FILENO, ToJson(answer));
-    } else if (!HasTable(answer)) {
-        Print(STDERR_FILENO, ErrorsToText(answer.errors, StyleOf(STDERR_FILENO)));
-    } else {
-        Print(STDOUT_FILENO, ToTable(answer, StyleOf(STDOUT_FILENO)));
-    }
-}
-
-Answer RefusalAnswer(const char* schema, Error error) {
+Output Refusal(const char* schema, bool json, Error error) {
     Answer answer;
     answer.schema = schema;
     answer.result = Result::Failed;
     answer.exitCode = ExitCodeOf(error.id);
     answer.errors.push_back(std::move(error));
-    return answer;
-}
-
-Answer UsageAnswer(const char* schema, const std::string& message, const std::string& hint) {
-    return RefusalAnswer(schema, MakeError(ErrorId::Usage, message, hint));
+    return OutputOf(answer, json, StylesOfStreams());
 }
 
 /// The options are not known when the command line is wrong.
@@ -108,14 +85,15 @@ bool NobodyToAsk(const Options& options) {
            ::isatty(STDIN_FILENO) == 0;
 }
 
-Answer Execute(const Options& options) {
+Output Execute(const Options& options) {
     if (NobodyToAsk(options)) {
-        return UsageAnswer(options.command->schema,
-                           "nobody can be asked here whether the server may be changed",
-                           "add --yes to go ahead without a question, or --dry-run to look only");
+        return Refusal(
+            options.command->schema, options.json,
+            MakeError(ErrorId::Usage, "nobody can be asked here whether the server may be changed",
+                      "add --yes to go ahead without a question, or --dry-run to look only"));
     }
     if (auto error = LiftLimits()) {
-        return RefusalAnswer(options.command->schema, std::move(*error));
+        return Refusal(options.command->schema, options.json, std::move(*error));
     }
     return RunInWorker(options);
 }
@@ -135,17 +113,14 @@ int Run(int argc, const char* const* argv) {
     std::set_terminate(EndForLackOfMemory);
     const CommandLine line = ParseCommandLine(argc, argv);
     if (line.proceed) {
-        const Answer answer = Execute(line.options);
-        PrintAnswer(answer, line.options.json);
-        return answer.exitCode;
+        return Tell(Execute(line.options));
     }
     if (!line.wrong) {
         Print(STDOUT_FILENO, line.text);
         return 0;
     }
-    const Answer answer = UsageAnswer(UnknownCommandSchema, line.text, line.hint);
-    PrintAnswer(answer, AsksForJson(argc, argv));
-    return answer.exitCode;
+    return Tell(Refusal(UnknownCommandSchema, AsksForJson(argc, argv),
+                        MakeError(ErrorId::Usage, line.text, line.hint)));
 }
 
 }  // namespace qdmctl

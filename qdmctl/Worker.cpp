@@ -2,11 +2,12 @@
 
 #include "host/ComLib/Pauses.h"
 #include "host/DllCommon/TraceSink.h"
-#include "qdmctl/AnswerJson.h"
+#include "qdmctl/Answer.h"
 #include "qdmctl/Command.h"
 #include "qdmctl/Console.h"
 #include "qdmctl/Front.h"
 #include "qdmctl/Options.h"
+#include "qdmctl/Output.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -14,6 +15,7 @@
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <utility>
 
 namespace qdmctl {
 namespace {
@@ -74,12 +76,9 @@ Answer RunCommand(const Options& options, Console& console) {
     }
 }
 
-Answer AnswerOf(Front& front, const Options& options) {
-    auto told = front.Run();
-    if (told && !front.WorkerLost()) {
-        return *told;
-    }
-    Answer answer = told.value_or(Answer{});
+/// When the worker was lost: what it had reported until then, and why that is not all.
+Answer LostAnswer(const Front& front, const Options& options) {
+    Answer answer = front.Reported().value_or(Answer{});
     answer.hasComponents = options.command->needsRepository;
     if (front.Interrupted()) {
         answer.errors.push_back(MakeError(ErrorId::Interrupted, "the run was ended by the user",
@@ -98,9 +97,19 @@ Answer AnswerOf(Front& front, const Options& options) {
     return answer;
 }
 
+Output Concluded(Answer answer, const Options& options, const StreamStyles& styles) {
+    Conclude(answer, options.command->schema);
+    return OutputOf(answer, options.json, styles);
+}
+
+Output OutputOfFront(Front& front, const Options& options, const StreamStyles& styles) {
+    auto output = front.Run();
+    return output ? std::move(*output) : Concluded(LostAnswer(front, options), options, styles);
+}
+
 }  // namespace
 
-void RunWorker(const Options& options, Channel& channel) {
+void RunWorker(const Options& options, const StreamStyles& styles, Channel& channel) {
     ::setsid();
     SetSignals();
     const std::string refusal = OpenTrace(options);
@@ -109,14 +118,14 @@ void RunWorker(const Options& options, Channel& channel) {
     }
     Console console(channel);
     Answer answer = refusal.empty() ? RunCommand(options, console) : TraceRefused(options, refusal);
-    Conclude(answer, options.command->schema);
-    channel.Send(FrameType::Answer, ToJson(answer));
+    channel.Send(FrameType::Output, ToText(Concluded(std::move(answer), options, styles)));
     // The user waits for the end of this process; it need not wait for the console's thread.
     std::_Exit(0);
 }
 
-Answer RunInWorker(const Options& options) {
+Output RunInWorker(const Options& options) {
     BlockEndingSignals();
+    const StreamStyles styles = StylesOfStreams();
     int ends[2] = {-1, -1};
     pid_t worker = -1;
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0) {
@@ -126,22 +135,18 @@ Answer RunInWorker(const Options& options) {
     if (worker == 0) {
         ::close(ends[0]);
         Channel channel(ends[1]);
-        RunWorker(options, channel);
+        RunWorker(options, styles, channel);
     }
-    Answer answer;
-    if (worker < 0) {
-        answer =
-            Failure(options, MakeError(ErrorId::Internal,
-                                       std::string("no worker process: ") + std::strerror(errno),
-                                       "free some memory or processes and try again"));
-        ::close(ends[1]);
-    } else {
-        ::close(ends[1]);
+    ::close(ends[1]);
+    if (worker > 0) {
         Front watch(front, worker);
-        answer = AnswerOf(watch, options);
+        return OutputOfFront(watch, options, styles);
     }
-    Conclude(answer, options.command->schema);
-    return answer;
+    return Concluded(
+        Failure(options, MakeError(ErrorId::Internal,
+                                   std::string("no worker process: ") + std::strerror(errno),
+                                   "free some memory or processes and try again")),
+        options, styles);
 }
 
 }  // namespace qdmctl

@@ -4,15 +4,16 @@
 
 namespace qdmctl {
 
-struct Answer;
 struct Options;
+struct Output;
+struct StreamStyles;
 
-/// Runs a command in the process at hand, the forked worker, and sends its answer. The process
-/// leaves the user's session and standard streams: what tools print goes to the trace. It ends
-/// here.
-[[noreturn]] void RunWorker(const Options& options, Channel& channel);
+/// Runs a command in the process at hand, the forked worker, and sends what is to be printed on
+/// streams of these styles. The process leaves the user's session and standard streams: what tools
+/// print goes to the trace. It ends here.
+[[noreturn]] void RunWorker(const Options& options, const StreamStyles& styles, Channel& channel);
 
 /// Runs a command in a worker process, with this process in front of it.
-[[nodiscard]] Answer RunInWorker(const Options& options);
+[[nodiscard]] Output RunInWorker(const Options& options);
 
 }  // namespace qdmctl

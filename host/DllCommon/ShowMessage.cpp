@@ -1,7 +1,5 @@
 #include "host/ShowMessage.h"
 
-#include <syslog.h>
-
 #include <string>
 
 #include "host/CTraceUtility.h"
@@ -41,7 +39,6 @@ std::string Narrow(const wchar_t* text) {
 void Show(const std::string& text, const std::string& detail) {
     const std::string line = VisibleText(detail.empty() ? text : text + " " + detail);
     CTraceUtility::WriteDebug("host", CTraceUtility::TRACE_DBG_INFO, "%s", line.c_str());
-    syslog(LOG_DAEMON | LOG_DEBUG, "%s", line.c_str());
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
@@ -45,8 +46,11 @@ private:
     int descriptor;
 };
 
+/// Every line that is not written looks here, and does no more than that.
+constexpr unsigned kLevelsNotAsked = ~kAllTraceLevels;
+std::atomic<unsigned> fileLevels{kLevelsNotAsked};
+
 struct TraceState {
-    unsigned levels = 0;
     std::unique_ptr<AppendSink> sink;
     std::string refusal;
 };
@@ -65,7 +69,7 @@ std::string Open(TraceState& state, const std::string& file, unsigned levels) {
         return "cannot open trace file " + file + ": " + std::strerror(error);
     }
     state.sink = std::make_unique<AppendSink>(descriptor);
-    state.levels = levels & kAllTraceLevels;
+    fileLevels = levels & kAllTraceLevels;
     return "";
 }
 
@@ -90,6 +94,9 @@ TraceState& State() {
     static TraceState* const state = [] {
         auto made = std::make_unique<TraceState>();
         made->refusal = FollowEnvironment(*made);
+        if (!made->sink) {
+            fileLevels = 0;
+        }
         return made.release();
     }();
     return *state;
@@ -120,7 +127,10 @@ std::string TraceEnvironmentRefusal() {
 }
 
 unsigned TraceFileLevels() {
-    return State().levels;
+    if (fileLevels.load(std::memory_order_relaxed) == kLevelsNotAsked) {
+        static_cast<void>(State());
+    }
+    return fileLevels.load(std::memory_order_relaxed);
 }
 
 void WriteTraceLine(const char* file, CTraceUtility::TRACE_DBG_LEVEL level,

@@ -2,6 +2,7 @@
 #include "qdmctl/AnswerFromJson.h"
 #include "qdmctl/AnswerJson.h"
 #include "qdmctl/AnswerTable.h"
+#include "qdmctl/Output.h"
 #include "qdmctl/SafeText.h"
 #include "qdmctl/Step.h"
 
@@ -215,6 +216,16 @@ void ExpectShown(const std::string& text, const std::vector<const char*>& words)
     for (const char* word : words) {
         EXPECT_NE(text.find(word), std::string::npos) << word << "\n" << text;
     }
+}
+
+TEST(Output, ArrivesAsItWasSent) {
+    for (const Output& sent : {Output{4, false, "two\nlines\n"}, Output{0, true, ""}}) {
+        const auto arrived = OutputFromText(ToText(sent));
+        ASSERT_TRUE(arrived);
+        EXPECT_EQ(std::tie(arrived->exitCode, arrived->toErrors, arrived->text),
+                  std::tie(sent.exitCode, sent.toErrors, sent.text));
+    }
+    EXPECT_FALSE(OutputFromText("4 0"));
 }
 
 TEST(AnswerTable, FoldsAtEightyColumnsAndShowsEverything) {

@@ -1,0 +1,77 @@
+#include "host/CDriver.h"
+#include "host/CFirmware.h"
+#include "host/CUtility.h"
+#include "host/CVendor.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <list>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+std::string HexIn(const std::filesystem::path& file) {
+    std::string text;
+    std::ifstream(file) >> text;
+    return text.substr(std::min<std::size_t>(2, text.size()));
+}
+
+/// Every function below the bus is taken for a port: the labs that are measured hold nothing else.
+std::vector<std::string> DeviceIds() {
+    std::vector<std::string> ids;
+    for (const auto& entry : std::filesystem::directory_iterator("/sys/bus/pci/devices")) {
+        ids.push_back(entry.path().filename().string() + "-" + HexIn(entry.path() / "vendor") +
+                      "-" + HexIn(entry.path() / "device"));
+    }
+    return ids;
+}
+
+void Print(CVendor& vendor, const std::string& id) {
+    std::list<std::pair<std::string, std::string>> info;
+    vendor.GetExtendedInfo(&info);
+    std::cout << id;
+    for (const auto& [key, value] : info) {
+        std::cout << ' ' << key << '=' << value;
+    }
+    std::cout << ' ' << vendor.GetFirmwareModule()->GetOperatingVersionCache() << ' '
+              << vendor.GetDriverModule()->GetOperatingVersionCache();
+    for (CUtility* utility : vendor.GetUtilityModules()) {
+        std::cout << ' ' << utility->GetOperatingVersionCache();
+    }
+    std::cout << '\n';
+}
+
+}  // namespace
+
+/// What the provider's own part of an inventory costs: each port linked, its versions asked for
+/// once, and the report written that holds the boot BIOS versions. No worker, no checks, no errors
+/// told, the report not read.
+int main(int count, char** arguments) {
+    if (count != 3) {
+        std::cerr << "usage: bench_least_host PROVIDER.so REPORT_FOLDER/\n";
+        return 1;
+    }
+    void* const provider = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
+    if (provider == nullptr) {
+        std::cerr << dlerror() << '\n';
+        return 1;
+    }
+    const auto make =
+        reinterpret_cast<void* (*)(const char*, const char*)>(dlsym(provider, "GetVendorFactory"));
+    std::vector<CVendor*> vendors;
+    for (const std::string& id : DeviceIds()) {
+        vendors.push_back(static_cast<CVendor*>(make("CFC_EMULEX_16G_Vendor", id.c_str())));
+        vendors.back()->LinkDevice();
+        Print(*vendors.back(), id);
+    }
+    vendors.front()->StartOutputDeviceConfigInfo(arguments[2], nullptr);
+    for (CVendor* vendor : vendors) {
+        vendor->ExecOutputDeviceConfigInfo(arguments[2], nullptr);
+    }
+    return vendors.front()->EndOutputDeviceConfigInfo(arguments[2], nullptr);
+}
