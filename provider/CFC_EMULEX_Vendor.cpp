@@ -24,7 +24,7 @@ bool IsFresh(std::optional<long> age) {
     if (!age) {
         return false;
     }
-    CTraceUtility::WriteDebug(Trace::File, Trace::Info, "listbhas file elapse time [%d] sec",
+    CTraceUtility::WriteDebug(Trace::File, Trace::Info, "listhbas file elapse time [%d] sec",
                               static_cast<int>(*age));
     return *age >= 0 && *age < listLifetimeSeconds;
 }

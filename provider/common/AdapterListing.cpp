@@ -44,24 +44,23 @@ std::shared_ptr<AdapterListing> AdapterListing::Read(const std::string& path) {
         return kept;
     }
     kept.reset();
-    if (listing->stamp && listing->stamp->IsSettled()) {
-        listing->table.ReadAll();
+    if (listing->stamp && listing->stamp->IsSettled() && listing->table.ReadAll()) {
         kept = listing;
     }
     return listing;
 }
 
 std::optional<int> AdapterListing::FunctionsPerDevice(int bus) {
+    TextFile file(path);
+    if (!file) {
+        return std::nullopt;
+    }
     if (bus < 0 || bus > greatestDigit) {
         bus = noBus;
     }
     auto known = numberings.find(bus);
     if (known == numberings.end()) {
-        const std::optional<Numbering> found = FindNumbering(bus);
-        if (!found) {
-            return std::nullopt;
-        }
-        known = numberings.emplace(bus, *found).first;
+        known = numberings.emplace(bus, FindNumbering(file, bus)).first;
     }
     for (std::size_t line = 0; line < known->second.lines; ++line) {
         CTraceUtility::WriteDebug(Trace::File, Trace::Info, "[%s] is found",
@@ -71,11 +70,7 @@ std::optional<int> AdapterListing::FunctionsPerDevice(int bus) {
 }
 
 // The list shows a number of 8 or more on this bus only when it counts as PCI does.
-std::optional<AdapterListing::Numbering> AdapterListing::FindNumbering(int bus) const {
-    TextFile file(path);
-    if (!file) {
-        return std::nullopt;
-    }
+AdapterListing::Numbering AdapterListing::FindNumbering(TextFile& file, int bus) {
     Numbering numbering = {0, functionsPerDevice};
     while (file.SkipTo(rareInBusKey)) {
         auto line = file.Next();

@@ -2,6 +2,7 @@
 
 #include "provider/common/AdapterTable.h"
 #include "provider/common/FileStamp.h"
+#include "provider/common/TextFile.h"
 
 #include <cstddef>
 #include <map>
@@ -32,7 +33,7 @@ private:
         int functionsPerDevice = 0;
     };
 
-    std::optional<Numbering> FindNumbering(int bus) const;
+    static Numbering FindNumbering(TextFile& file, int bus);
 
     std::string path;
     std::optional<FileStamp> stamp;

@@ -50,10 +50,12 @@ bool AdapterTable::Has(std::size_t index) {
     return index < columns[Address].reach;
 }
 
-void AdapterTable::ReadAll() {
+bool AdapterTable::ReadAll() {
     while (ReadOn()) {
     }
+    const bool whole = file.IsWhole();
     file.Close();
+    return whole;
 }
 
 bool AdapterTable::ReadOn() {

@@ -37,8 +37,8 @@ public:
 
     Record At(std::size_t index) const;
 
-    /// Reads all that there is and closes the file.
-    void ReadAll();
+    /// Reads all that there is and closes the file; false where a part of it could not be read.
+    [[nodiscard]] bool ReadAll();
 
     /// Of the file, while it is open.
     std::optional<FileStamp> Stamp() const { return file.Stamp(); }

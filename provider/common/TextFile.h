@@ -36,6 +36,9 @@ public:
     /// Of an open file; nothing where the system tells none.
     std::optional<FileStamp> Stamp() const;
 
+    /// Of an open file: nothing that was asked for could not be read.
+    bool IsWhole() const { return std::ferror(file.get()) == 0; }
+
     void Close() { file.reset(); }
 
 private:

@@ -48,7 +48,7 @@ TEST_F(VendorTest, AdapterListIsRefreshedByItsAge) {
         EXPECT_EQ(host.CommandLines(), refreshed ? Lines{tool + " listhbas "} : Lines{});
         EXPECT_EQ(host.Traced("1 Update listHbas File " + device), refreshed);
         EXPECT_EQ(host.Traced("1 Skip update listHbas File " + device), !refreshed);
-        EXPECT_EQ(host.Traced("1 listbhas file elapse time [" + std::to_string(age) + "] sec"),
+        EXPECT_EQ(host.Traced("1 listhbas file elapse time [" + std::to_string(age) + "] sec"),
                   age != missing);
         EXPECT_TRUE(host.Traced("1 CFC_EMULEX_Vendor WWNP[" + wwpn + "]"));
     }
