@@ -70,6 +70,10 @@ std::string Mistake(const CLI::App& app, const std::string& unknown, const CLI::
     if (is(CLI::ExitCodes::RequiredError) && app.get_subcommands().empty()) {
         return "a command is missing";
     }
+    // The library looks at what is missing first; a misspelt option is the nearer reason.
+    if (is(CLI::ExitCodes::RequiredError) && app.remaining_size(true) > 0) {
+        return CLI::ExtrasError(app.get_name(), app.remaining(true)).what();
+    }
     const std::string text = error.what();
     return is(CLI::ExitCodes::ArgumentMismatch) && StartsWith(text, "DEVICE:")
                ? "only one DEVICE is taken"

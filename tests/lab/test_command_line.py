@@ -25,7 +25,8 @@ def test_version_and_help(lab):
 
 @pytest.mark.parametrize("arguments, named", [
     ([], "a command is missing"), (["lsit"], "lsit"), (["list", "extra"], "extra"), (["check"], "--repo"),
-    (["update", "--yes", "--repo"], "--repo"), (["list", "--dry-run"], "--dry-run"),
+    (["update", "--bogus"], "--bogus"), (["update", "--yes", "--repo"], "--repo"),
+    (["list", "--dry-run"], "--dry-run"),
     (["report"], "--output"), (["info"], "DEVICE"), (["info", "03:00.0", "04:00.0"], "one DEVICE"),
     (["list", "--read-timeout", "soon"], "soon"), (["list", "--read-timeout", "0"], "0"),
     (["list", "--jobs", "33"], "1 to 32"), (["update", "--repo", "/repo", "--jobs", "2"], "--jobs"),
