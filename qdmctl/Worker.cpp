@@ -80,14 +80,14 @@ Answer RunCommand(const Options& options, Console& console) {
 Answer LostAnswer(const Front& front, const Options& options) {
     Answer answer = front.Reported().value_or(Answer{});
     answer.hasComponents = options.command->needsRepository;
-    if (front.Interrupted()) {
-        answer.errors.push_back(MakeError(ErrorId::Interrupted, "the run was ended by the user",
-                                          "nothing was being changed at that moment"));
-    } else if (front.ChangingStepRuns()) {
+    if (front.ChangingStepRuns()) {
         answer.errors.push_back(MakeError(
             ErrorId::Internal, "the worker process was ended while it changed the server",
             "what it had started may still be at work: do not power off, wait until no hbacmd, "
             "rpm, depmod or install script runs any more, then look with qdmctl list"));
+    } else if (front.Interrupted()) {
+        answer.errors.push_back(MakeError(ErrorId::Interrupted, "the run was ended by the user",
+                                          "nothing was being changed at that moment"));
     } else {
         answer.errors.push_back(
             MakeError(ErrorId::Internal, "the worker process ended without an answer",
