@@ -28,19 +28,11 @@ bool AttributesFailed(const CallRecord& record) {
                        });
 }
 
-void DropKeptVersion(CModuleManager& module) {
-    module.SetUpdateProgress(module.GetUpdateProgress());
-}
-
 /// Reads the version anew and leaves it with the module, so that the report does not read it once
-/// more. One that cannot be read is not left.
+/// more.
 std::string ReadVersion(CModuleManager& module) {
-    DropKeptVersion(module);
-    std::string version = module.GetOperatingVersionCache();
-    if (IsUnreadable(version)) {
-        DropKeptVersion(module);
-    }
-    return version;
+    module.SetUpdateProgress(module.GetUpdateProgress());  // drops the one that was left
+    return module.GetOperatingVersionCache();
 }
 
 /// An answer that lacks one of the versions was cut short: none of it is trusted.
@@ -126,7 +118,7 @@ bool Session::MayRead(PortSession& port) {
     if (!outOfTime && port.filled != ParallelRead::Outcome::Lost) {
         return port.filled == ParallelRead::Outcome::Done || !Stopped();
     }
-    ForgetAttributes(port);  // half an answer may be there
+    // Half an answer may be there: after a run with errors the next one begins without caches.
     TellAttributesFailure(port, outOfTime ? OutOfTime : ReaderLost);
     return false;
 }
