@@ -93,14 +93,17 @@ def test_what_is_the_servers_is_asked_and_done_as_such(lab):
     offer(lab, {"util": NEW["util"], "driver": NEW["driver"]})
     dry = lab.qdmctl("update", "--repo", "/repo", "--dry-run")
     assert (dry.exit_code, work(lab), state(lab)) == (0, [], OLD)
+    assert [call["arguments"] for call in lab.calls("rpm")].count(["-qa"]) == 1, "for all ports"
     typed = ["script", "-qec", "qdmctl update --repo /repo --device 04:00.0", "/dev/null"]
     process = lab.start(*typed, stdin=-1, env={"TERM": "xterm"})
     said, _ = process.communicate("n\n", timeout=60)
     assert said.count("the whole server") == 2 and "10.2.370.16 -> 10.2.400.1" in said
     one = update(lab, "--device", "04:00.0")
     assert (one.exit_code, len(one.json["ports"])) == (0, 1)
+    calls = len(lab.calls())
     assert {port["versions"]["utility"] for port in lab.qdmctl("list").json["ports"]} == \
         {NEW["util"]}
+    assert [call["verb"] for call in lab.calls()[calls:]] == ["listhbas"] + ["HbaAttributes"] * 4
     [waits] = one.json["pending"]
     assert (waits["version"], len(waits["device_ids"])) == (NEW["driver"], 5), "of all ports"
 
@@ -238,6 +241,8 @@ def test_utility_that_stays_away_is_told_with_its_repair(lab):
     note = json.loads(lab.inside(f"{ROOT}/state/repair.json").read_text())
     assert (note["folder"], note["command"]) == (folder, f"{folder}/install.sh -q")
     assert lab.qdmctl("repair", "--dry-run").exit_code == 0, "nobody else could get there"
+    assert {os.stat(lab.inside(f"{ROOT}/tmp{one}")).st_mode & 0o77
+            for one in ("", "/EMULEX", "/EMULEX/temp")} == {0}
     assert lab.run(*note["command"].split()).returncode == 0
     works(lab)
     assert state(lab) == NEW and not lab.inside(f"{ROOT}/state/repair.json").exists(), "by hand"
@@ -437,6 +442,10 @@ def test_driver_that_a_boot_did_not_bring_is_refuted(lab):
     done = update(lab)
     assert (done.exit_code, done.error_ids()) == (1, ["not-confirmed"])
     assert outcome(done, "driver")[0] == "failed" and "qdmctl doctor" in done.json["errors"][0]["hint"]
+    prefer(lab, "# override lpfc: no")
+    assert outcome(update(lab), "driver")[0] == "failed"
+    prefer(lab, MARKED)
+    assert outcome(update(lab), "driver") == ("pending", LATER), "the boot could not bring it"
     offer(lab, {"driver": "10.2.400.8"})
     works(lab)
     store.write_text("damaged")
@@ -458,3 +467,7 @@ def test_driver_that_no_run_has_recorded_is_found(lab):
     update(lab)
     [waits] = lab.qdmctl("pending").json["pending"]
     assert waits["device_ids"] == ports and len(ports) == 5
+    prefer(lab, "# override lpfc: no")
+    offer(lab, {"driver": OLD["driver"]})
+    [waits] = update(lab).json["pending"]
+    assert waits["next_boot"] == OLD["driver"]

@@ -202,6 +202,21 @@ def test_signal_answers_the_question(make_lab):
     assert process.returncode == 1 and lab.calls("Download") == []
 
 
+def test_flash_that_is_asked_for_behind_a_signal_is_neither_begun_nor_told(make_lab):
+    lab = make_lab(server=SERVER)
+    fill(lab)
+    lab.fault("listhbas", "delay", "500")
+    process = lab.start(*update("new"))
+    await_that(lambda: lab.calls("listhbas"))
+    process.send_signal(signal.SIGSTOP)
+    time.sleep(1.5)  # the worker waits for the consent
+    process.terminate()
+    process.send_signal(signal.SIGCONT)
+    output, said = process.communicate(timeout=LIMIT)
+    assert [error["id"] for error in json.loads(output)["errors"]] == ["interrupted"]
+    assert "firm: backup" in said and "flashing" not in said and lab.calls("Download") == []
+
+
 def test_twenty_updates_at_once(make_lab):
     lab = make_lab(server=SERVER)
     fill(lab)
@@ -252,9 +267,12 @@ def test_flash_that_outlives_its_run_keeps_others_out(make_lab):
     lab.fault("Download", "hang", "times", "1")
     process = lab.start(*update("new"))
     await_that(lambda: lab.calls("Download"))
-    for pid in [*worker_of(lab, process), process.pid]:
+    process.terminate()
+    for pid in worker_of(lab, process):
         os.kill(pid, signal.SIGKILL)
-    process.communicate()
+    answer = json.loads(process.communicate()[0])
+    assert components(answer)[0]["reason"] == "begun, and not known to have ended"
+    assert "while it changed the server" in answer["errors"][0]["message"]
     for command in (update("new"), ["qdmctl", "list", "--json"]):
         busy = lab.run(*command)
         assert busy.returncode == 7 and "was killed, and what it had begun" in busy.stdout, busy
@@ -263,18 +281,21 @@ def test_flash_that_outlives_its_run_keeps_others_out(make_lab):
     assert lab.run(*update("new")).returncode == 0
 
 
-@pytest.mark.parametrize("front_dies", [False, True])
-def test_hanging_read_ends_and_leaves_nothing_behind(make_lab, front_dies):
+@pytest.mark.parametrize("number, error", [
+    (None, "tool-failed"), (signal.SIGKILL, None), (signal.SIGTERM, "interrupted")])
+def test_hanging_read_ends_and_leaves_nothing_behind(make_lab, number, error):
     lab = make_lab(server=SERVER)
     lab.fault("HbaAttributes", "hang", "times", "1")
-    process = lab.start("qdmctl", "list", "--json", "--read-timeout", "60" if front_dies else "1")
-    if front_dies:
+    process = lab.start("qdmctl", "list", "--json", "--read-timeout", "60" if number else "1")
+    if number:
         await_that(lambda: lab.calls("HbaAttributes"))
-        process.kill()
+        if error:  # a worker that does not wind up
+            os.kill(*worker_of(lab, process), signal.SIGSTOP)
+        process.send_signal(number)
     output = process.communicate(timeout=10)[0]
     await_that(lambda: is_idle(lab), 10)
-    if not front_dies:
-        assert [error["id"] for error in json.loads(output)["errors"]] == ["tool-failed"]
+    if error:
+        assert [one["id"] for one in json.loads(output)["errors"]] == [error]
     again = lab.qdmctl("list")
     assert again.exit_code == 0 and [port["versions"]["firmware"] for port in again.json["ports"]] \
         == ["11.2.156.20"] * 4 + ["2.02a3"]

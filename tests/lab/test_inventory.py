@@ -72,9 +72,12 @@ def test_no_adapter_and_unreadable_version(make_lab):
     assert (answer.exit_code, answer.error_ids(), answer.json["ports"]) == (3, ["no-adapter"], [])
     server = json.loads((SERVERS / "default.json").read_text())
     server["adapters"][0]["firmware"] = "of no known form"
-    answer = make_lab(server=server).qdmctl("list")
+    lab = make_lab(server=server)
+    answer = lab.qdmctl("list")
     firmware = [port["versions"]["firmware"] for port in answer.json["ports"]]
     assert answer.exit_code == 0 and firmware[:2] == [None, None] and None not in firmware[2:]
+    calls = len(lab.calls())
+    assert lab.qdmctl("list").exit_code == 0 and len(lab.calls()) == calls + 2, "not kept"
 
 
 def test_rights_and_missing_tool(lab):

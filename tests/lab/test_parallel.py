@@ -49,6 +49,18 @@ def test_answers_are_those_of_one_call_at_a_time(server, jobs, fault, more_calls
     assert again.json == answer.json and len(server.calls()) == before + len(verbs)
 
 
+def test_a_file_that_two_ports_share_is_written_by_one(server):
+    server.qdmctl("list")
+    server.run("sh", "-c", "rm /opt/velmora/qdm/provider/tmp/EMULEX/cache/HbaAttrib*")
+    listing = server.inside("/opt/velmora/qdm/provider/tmp/EMULEX/cache/Listhbas.txt")
+    first, second = re.findall(r"Port WWN *: (\S+)", listing.read_text())[:2]
+    listing.write_text(listing.read_text().replace(second, first))
+    server.fault("HbaAttributes", "delay", "300")
+    before = len(server.calls())
+    server.qdmctl("list", "--jobs", "8")
+    assert [call["verb"] for call in server.calls()[before:]] == ["HbaAttributes"] * 7
+
+
 @pytest.mark.parametrize("killed, says", [(False, "in time"), (True, "somebody else")])
 def test_a_call_without_end_costs_its_own_port(server, killed, says):
     server.fault("HbaAttributes", "hang", "times", "1")
