@@ -312,8 +312,11 @@ def test_utility_that_cannot_be_removed_stays(lab):
 
 
 def test_utility_without_end_message_or_with_a_daemon(lab):
-    offer(lab, {"util": NEW["util"]}, util=["--no-end-message", "--daemon"])
-    assert update(lab).exit_code == 0 and state(lab)["util"] == NEW["util"]
+    offer(lab, {"util": NEW["util"]}, util=["--no-end-message", "--daemon", "--model", "fcelx_16g"])
+    done = update(lab)
+    assert done.exit_code == 0 and state(lab)["util"] == NEW["util"]
+    assert {port["versions"]["utility"] for port in done.json["ports"]} == {NEW["util"]}
+    assert lab.inside(f"{ROOT}/qdmctl.lock").read_text() == "", "of killed runs alone it tells"
     lab.reboot()
 
 

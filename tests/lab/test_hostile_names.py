@@ -175,7 +175,7 @@ def test_what_tool_and_kernel_tell(make_lab, tried):
         ("list",), ("report", "--output", "/tmp/out"), ("info", DEVICE), ("doctor",), ("restore",))]
     answers = attack(lab, asked)
     for index, wwpn in enumerate(wwpns):
-        told = names(wwpn)[index] if index else f"{wwpn}:00"
+        told = {0: f"{wwpn}:00", 1: f"{wwpn[:-2]};&"}.get(index, names(wwpn)[index])
         listing = listing.replace(f": {wwpn}\n", f": {told}\n")
     tells(lab, "listhbas", listing)
     answers += attack(lab, asked)

@@ -248,10 +248,9 @@ def test_hanging_flash_is_told_and_never_ended(make_lab):
     process = lab.start("script", "-qec", "stty cols 80; " + " ".join(update("new")), "/dev/null",
                         env={"TERM": "xterm"})
     await_that(lambda: lab.calls("Download"))
-    front = min(one["pid"] for one in lab.show()["processes"]
-                if one["command"].startswith("qdmctl"))
+    both = [one["pid"] for one in lab.show()["processes"] if one["command"].startswith("qdmctl")]
     for number in (signal.SIGINT, signal.SIGTERM):
-        os.kill(front, number)
+        subprocess.run(["kill", f"-{int(number)}", *map(str, both)], check=True)
     time.sleep(4.5)
     assert len(lab.calls("Download")) == 1 and lab.calls("Download")[0]["exit"] is None
     end_tool(lab)
@@ -261,24 +260,32 @@ def test_hanging_flash_is_told_and_never_ended(make_lab):
     assert "0000:03:00.0-10df-e200 00:04 - do not power off" in said
 
 
-def test_flash_that_outlives_its_run_keeps_others_out(make_lab):
+@pytest.mark.parametrize("front_dies", [False, True])
+def test_flash_that_outlives_its_run_keeps_others_out(make_lab, front_dies):
     lab = make_lab(server=SERVER)
     fill(lab)
     lab.fault("Download", "hang", "times", "1")
     process = lab.start(*update("new"))
     await_that(lambda: lab.calls("Download"))
-    process.terminate()
-    for pid in worker_of(lab, process):
-        os.kill(pid, signal.SIGKILL)
-    answer = json.loads(process.communicate()[0])
-    assert components(answer)[0]["reason"] == "begun, and not known to have ended"
-    assert "while it changed the server" in answer["errors"][0]["message"]
+    worker, = worker_of(lab, process)
+    process.send_signal(signal.SIGKILL if front_dies else signal.SIGTERM)
+    time.sleep(1.5 * front_dies)
+    os.kill(worker, signal.SIGKILL)
+    output = process.communicate()[0]
+    if not front_dies:
+        answer = json.loads(output)
+        assert components(answer)[0]["reason"] == "begun, and not known to have ended"
+        assert "while it changed the server" in answer["errors"][0]["message"]
     for command in (update("new"), ["qdmctl", "list", "--json"]):
         busy = lab.run(*command)
         assert busy.returncode == 7 and "was killed, and what it had begun" in busy.stdout, busy
     end_tool(lab)
     await_that(lambda: is_idle(lab), 10)
-    assert lab.run(*update("new")).returncode == 0
+    lab.fault("HbaAttributes", "delay", "500", "times", "2")
+    reading = lab.start("qdmctl", "list")
+    await_that(lambda: lab.calls()[-1]["exit"] is None)
+    assert lab.run(*update("new")).returncode == 0, "waits for who reads"
+    assert reading.communicate()[0] and reading.returncode == 0
 
 
 @pytest.mark.parametrize("number, error", [

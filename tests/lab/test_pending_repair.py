@@ -47,6 +47,9 @@ def test_installed_driver_is_pending_until_a_reboot_confirms_it(lab):
     install_driver(lab)  # as a run leaves it that is killed before it records that
     for _ in range(2):
         assert told(lab.qdmctl("pending")) == ("pending", "same", OLD, 0)
+        listing = lab.inside(f"{ROOT}/tmp/EMULEX/cache/Listhbas.txt")  # another port will tell
+        listing.write_text(listing.read_text().replace("10:00:00:90:fa:16:03:00", "bad"))
+    assert len(lab.calls("HbaAttributes")) == 3, "not from caches, once there is a record"
     table = lab.run("qdmctl", "pending")
     assert "takes effect with the next reboot" in table.stdout and max(
         map(len, table.stdout.splitlines())) > 80 and table.returncode == 0, "no terminal"
@@ -96,7 +99,7 @@ def test_store_is_shown_where_nothing_can_be_read_and_a_damaged_one_is_kept(lab)
     assert told(answer) == ("pending", "changed", None, 1)
     assert answer.error_ids() == ["tool-missing"], answer
     lab.inside(f"{HBACMD}.away").rename(lab.inside(HBACMD))
-    lab.fault("HbaAttributes", "error", "times", "3")  # of four ports the second answers
+    lab.fault("HbaAttributes", "error", "times", "9")  # the last of five ports answers
     assert told(lab.qdmctl("pending")) == ("confirmed", "changed", NEW, 0)
     write_state(lab, STORE, '{"schema"')
     answer = lab.qdmctl("pending")

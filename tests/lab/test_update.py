@@ -131,6 +131,9 @@ def test_port_that_does_not_take_the_image_fails_alone(lab):
     assert (first["id"], first["last_error"], first["message_id"], first["device_id"]) == (
         "update-failed", 33, "MSGID_EMULEX_FC_0004_F", "0000:03:00.0-10df-e200")
     assert "11.2.156.20" in first["message"]
+    lab.fault("Download", "no-effect", "times", "1")
+    first = update(lab).json["errors"][0]
+    assert (first["id"], first["message_id"]) == ("not-confirmed", "MSGID_EMULEX_FC_0009_F")
     assert update(lab).exit_code == 0 and running(lab) == NEW
 
 
@@ -178,3 +181,15 @@ def test_interrupt_never_ends_a_flash(lab):
     assert running(lab) == {**NEW, "fcelx_8g1p": "2.02a3", "fcelx_8g2p": "2.02a3"}
     assert all(one["flashing"] == [] for one in lab.show()["adapters"])
     assert update(lab).exit_code == 0 and running(lab) == NEW
+
+
+def test_version_that_only_the_second_reading_tells_confirms(make_lab):
+    lab = make_lab("single")
+    fill(lab, {"fcelx_16g": NEW["fcelx_16g"]})
+    lab.fault("Download", "delay", "1000")
+    process = lab.start("qdmctl", "update", "--repo", "/repo", "--yes", "--json")
+    while not downloads(lab):
+        assert process.poll() is None
+    lab.fault("HbaAttributes", "error", "times", "1")
+    answer = json.loads(process.communicate(timeout=60)[0])
+    assert (process.returncode, components(answer)[0]["outcome"]) == (0, "updated")

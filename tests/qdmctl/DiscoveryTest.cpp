@@ -1,4 +1,5 @@
 #include "qdmctl/Discovery.h"
+#include "qdmctl/Doctor.h"
 #include "tests/host/HostFixture.h"
 
 #include <gtest/gtest.h>
@@ -113,6 +114,10 @@ TEST(Discovery, MatchesByTheReportedKeyOnlyWhereItHasTheModelsForm) {
     for (const auto& [model, reported, key] : rows) {
         EXPECT_EQ(MatchKey(descriptor.models[model], port, reported), key) << reported;
     }
+    const std::string line = R"(05:00.1 "0C04" "10df" "f100" -r03 "10cf" )";
+    EXPECT_TRUE(HasKnownColumns(line + "\"1860\"", port));
+    EXPECT_FALSE(HasKnownColumns(line + "\"1734\"", port));
+    EXPECT_FALSE(HasKnownColumns(line, port));
 }
 
 }  // namespace
