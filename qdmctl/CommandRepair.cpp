@@ -178,6 +178,11 @@ private:
             Forget();
             return;
         }
+        if (look.version.empty() && session.Stopped()) {
+            Tell(Outcome::Failed,
+                 Told(ran) + "; whether the adapter utility answers was not looked at");
+            return;
+        }
         const bool missing = !look.errors.empty() && look.errors[0].id == ErrorId::ToolMissing;
         const std::string answers = missing ? note.missing + " is still missing"
                                     : look.version.empty()

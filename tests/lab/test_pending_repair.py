@@ -216,3 +216,17 @@ def test_repair_runs_nothing_that_others_could_have_changed(lab, spoil, error, n
     assert (answer.exit_code, answer.error_ids()) == (1, [error]), answer
     assert named in answer.json["errors"][0]["message"] and answer.json["errors"][0]["hint"]
     assert installs(lab) == 0 and lab.inside(NOTE).exists()
+
+
+def test_signal_does_not_end_a_repair(lab):
+    lose_utility(lab)
+    lab.fault("install.sh", "delay", "2500")
+    process = lab.start("qdmctl", "repair", "--yes", "--json")
+    while not lab.calls("install.sh"):
+        assert process.poll() is None
+    process.terminate()
+    answer = json.loads(process.communicate(timeout=60)[0])
+    assert [error["id"] for error in answer["errors"]] == ["interrupted"]
+    assert "was not looked at" in answer["repair"]["reason"]
+    assert lab.show()["tool"]["version"] == UTILITY and installs(lab) == 1
+    assert repair(lab, "--yes").json["repair"]["outcome"] == "not-needed"
