@@ -100,3 +100,10 @@ def test_trace_and_standard_output(lab):
                       ).error_ids() == ["usage"]
     text = lab.run("qdmctl", "list").stdout
     assert "11.2.156.20" in text and max(map(len, text.splitlines())) < 160
+
+
+def test_ports_that_are_not_listed_cost_one_more_listing(lab):
+    lab.fault("listhbas", "truncate", "600")
+    answer = lab.qdmctl("list")
+    assert answer.error_ids() == ["tool-failed"] * 4
+    assert len(lab.calls("listhbas")) == 2 * 5, "each time the provider tries so often"
