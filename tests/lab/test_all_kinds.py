@@ -94,7 +94,8 @@ def test_what_is_the_servers_is_asked_and_done_as_such(lab):
     dry = lab.qdmctl("update", "--repo", "/repo", "--dry-run")
     assert (dry.exit_code, work(lab), state(lab)) == (0, [], OLD)
     assert [call["arguments"] for call in lab.calls("rpm")].count(["-qa"]) == 1, "for all ports"
-    typed = ["script", "-qec", "qdmctl update --repo /repo --device 04:00.0", "/dev/null"]
+    typed = ["script", "-qec", "qdmctl update --repo /repo --device 04:00.0 --device 05:00.0",
+             "/dev/null"]
     process = lab.start(*typed, stdin=-1, env={"TERM": "xterm"})
     said, _ = process.communicate("n\n", timeout=60)
     assert said.count("the whole server") == 2 and "10.2.370.16 -> 10.2.400.1" in said
