@@ -83,7 +83,6 @@ Answer AnswerOf(const Json& json) {
     answer.exitCode = WholeNumber<int>(json.at("exit_code"));
     for (const Json& port : json.at("ports")) {
         answer.ports.push_back(PortOf(port));
-        answer.hasComponents = answer.hasComponents || port.contains("components");
     }
     for (const Json& error : json.at("errors")) {
         answer.errors.push_back(ErrorOf(error));
