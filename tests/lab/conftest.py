@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import signal
 import subprocess
 
 import jsonschema
@@ -13,6 +14,9 @@ QDMLAB = REPOSITORY / "lab" / "qdmlab"
 SERVERS = REPOSITORY / "lab" / "servers"
 HBACMD = "/usr/sbin/ocmanager/hbacmd"
 TIME_LIMIT = 120  # seconds for one command; reached only by a fault
+
+# A script that runs the tests beside itself has them ignore interrupts, and with them all they start.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 
 
 def pytest_configure(config):
