@@ -46,8 +46,8 @@ private:
     int descriptor;
 };
 
-/// Every line that is not written looks here, and does no more than that.
 constexpr unsigned kLevelsNotAsked = ~kAllTraceLevels;
+/// Every line that is not written looks here, and does no more than that.
 std::atomic<unsigned> fileLevels{kLevelsNotAsked};
 
 struct TraceState {
