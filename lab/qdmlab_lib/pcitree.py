@@ -23,11 +23,20 @@ def config_space(adapter):
     return head.ljust(CONFIG_SIZE, b"\0")
 
 
+def modalias(adapter):
+    """The text of that name: all numbers of a function, as modules name the devices they know."""
+    ids = (f"{mark}0000{adapter[key].upper()}" for mark, key in (
+        ("v", "vendor"), ("d", "device"), ("sv", "subsystem_vendor"), ("sd", "subsystem_device")))
+    code = f"{CLASS_FIBRE_CHANNEL:06X}"
+    return f"pci:{''.join(ids)}bc{code[:2]}sc{code[2:4]}i{code[4:]}\n"
+
+
 def write_function(folder, adapter):
     os.makedirs(folder)
     texts = {key: f"0x{adapter[key]}\n"
              for key in ("vendor", "device", "subsystem_vendor", "subsystem_device", "revision")}
     texts["class"] = f"0x{CLASS_FIBRE_CHANNEL:06x}\n"
+    texts["modalias"] = modalias(adapter)
     texts["irq"] = f"{IRQ}\n"
     texts["resource"] = f"{' '.join(['0x' + '0' * 16] * 3)}\n" * RESOURCE_LINES
     for name, text in texts.items():

@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import shutil
 import signal
 import subprocess
 
@@ -154,6 +155,8 @@ def make_lab(tmp_path):
     for lab in made:
         lab.reboot()
     assert not left, "still running inside after the test"
+    for lab in made:  # of a few hundred tests they fill a disk
+        shutil.rmtree(lab.folder, ignore_errors=True)
 
 
 @pytest.fixture
