@@ -4,11 +4,22 @@
 #include <cerrno>
 #include <cstring>
 #include <pugixml.hpp>
-#include <sstream>
+#include <string>
 
 #include "host/CTraceUtility.h"
 #include "host/ComLib/WholeFile.h"
 #include "host/ComLib/XmlText.h"
+
+namespace {
+
+struct TextWriter : pugi::xml_writer {
+    void write(const void* data, std::size_t size) override {
+        text.append(static_cast<const char*>(data), size);
+    }
+    std::string text;
+};
+
+}  // namespace
 
 bool CQdmXmlWrite::writeXML(std::string path, CQdmXmlNode root) {
     pugi::xml_document document;
@@ -34,10 +45,10 @@ bool CQdmXmlWrite::writeXML(std::string path, CQdmXmlNode root) {
             append(element, *child);
         }
     }
-    std::ostringstream text;
-    document.save(text, "  ", pugi::format_default, pugi::encoding_utf8);
+    TextWriter writer;
+    document.save(writer, "  ", pugi::format_default, pugi::encoding_utf8);
     errno = EINVAL;
-    if (!sound || !ReplaceFile(path, text.str())) {
+    if (!sound || !ReplaceFile(path, writer.text)) {
         CTraceUtility::WriteDebug("host", CTraceUtility::TRACE_DBG_ERROR,
                                   "Document not written (%s): %s", std::strerror(errno),
                                   path.c_str());

@@ -52,6 +52,7 @@ void CStringUtil::strTrimAll(std::string text, std::string& out) {
 
 std::vector<std::string> CStringUtil::Split(std::string& text, const std::string& separator) {
     std::vector<std::string> parts;
+    parts.reserve(4);  // of a version
     std::size_t start = 0;
     auto at = separator.empty() ? std::string::npos : text.find(separator);
     while (at != std::string::npos) {

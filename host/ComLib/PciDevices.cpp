@@ -7,11 +7,11 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdio>
 #include <memory>
 #include <tuple>
 
 #include "host/ComLib/Descriptor.h"
+#include "host/ComLib/PciModalias.h"
 
 namespace {
 
@@ -35,16 +35,29 @@ std::optional<unsigned> TakeHex(std::string& text, std::size_t digits, const cha
     return value;
 }
 
+/// In at least so many digits.
+std::string Hex(unsigned number, std::size_t digits) {
+    std::array<char, 16> text;
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), number, 16).ptr;
+    const auto size = static_cast<std::size_t>(end - text.data());
+    return std::string(digits - std::min(digits, size), '0').append(text.data(), size);
+}
+
 bool IsIdentifierPart(const std::string& text) {
     return text.size() == 4 && std::all_of(text.begin(), text.end(), IsLowerHex);
 }
 
+/// What one reading of a file of the kernel gives: empty when it cannot be read.
+std::string ReadOnce(const std::string& file) {
+    const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    std::array<char, 128> buffer = {};
+    const ssize_t got = descriptor ? read(descriptor.Get(), buffer.data(), buffer.size()) : -1;
+    return std::string(buffer.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+}
+
 /// Number in a file of the kernel, for example "0x0c0400\n" of six digits, without its prefix.
 std::optional<std::string> ReadHexFile(const std::string& file, std::size_t digits) {
-    const Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC));
-    std::array<char, 32> buffer = {};
-    const ssize_t got = descriptor ? read(descriptor.Get(), buffer.data(), buffer.size()) : -1;
-    std::string text(buffer.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+    std::string text = ReadOnce(file);
     if (!text.empty() && text.back() == '\n') {
         text.pop_back();
     }
@@ -59,8 +72,14 @@ std::string FolderOf(const PciAddress& address) {
     return std::string(kDevicesFolder) + "/" + address.Text();
 }
 
+/// One file tells everything, and waits for no driver as "uevent" may; a file for each number is
+/// what stripped trees have.
 std::optional<PciDevice> ReadPciDevice(const PciAddress& address) {
     const std::string folder = FolderOf(address);
+    if (auto device = ParsePciModalias(ReadOnce(folder + "/modalias"))) {
+        device->address = address;
+        return device;
+    }
     const auto vendor = ReadHexFile(folder + "/vendor", 4);
     const auto device = ReadHexFile(folder + "/device", 4);
     const auto subsystemVendor = ReadHexFile(folder + "/subsystem_vendor", 4);
@@ -81,9 +100,7 @@ auto Position(const PciAddress& address) {
 }  // namespace
 
 std::string PciAddress::Text() const {
-    std::array<char, 48> text = {};
-    std::snprintf(text.data(), text.size(), "%04x:%02x:%02x.%x", domain, bus, device, function);
-    return text.data();
+    return Hex(domain, 4) + ':' + Hex(bus, 2) + ':' + Hex(device, 2) + '.' + Hex(function, 1);
 }
 
 std::optional<PciAddress> ParsePciAddress(const std::string& text) {
@@ -125,6 +142,9 @@ std::optional<DeviceIdentifier> ParseDeviceIdentifier(const std::string& text) {
 
 bool IsListed(const DeviceIdentifier& identifier) {
     const std::string folder = FolderOf(identifier.address);
+    if (const auto device = ParsePciModalias(ReadOnce(folder + "/modalias"))) {
+        return device->vendor == identifier.vendor && device->device == identifier.device;
+    }
     return ReadHexFile(folder + "/vendor", 4) == identifier.vendor &&
            ReadHexFile(folder + "/device", 4) == identifier.device;
 }

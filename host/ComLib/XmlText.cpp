@@ -64,8 +64,12 @@ bool IsXmlName(const std::string& text) {
 }
 
 std::string XmlText(const std::string& text) {
-    std::string out;
-    std::size_t at = 0;
+    const auto plain = [](char c) {
+        return IsAllowedAscii(c) && static_cast<unsigned char>(c) < 0x80;
+    };
+    const auto end = std::find_if_not(text.begin(), text.end(), plain);
+    std::string out(text.begin(), end);
+    auto at = static_cast<std::size_t>(end - text.begin());
     while (at < text.size()) {
         const std::size_t length = LengthOf(static_cast<unsigned char>(text[at]));
         if (length == 1) {

@@ -48,24 +48,28 @@ HostMessage KnownMessage(const char* id, const std::vector<std::string>& inserts
     return {id, catalogue.Severity(id), inserts, catalogue.Text(id, inserts)};
 }
 
+/// Kept out of its caller, most calls of which have nothing to write.
+[[gnu::noinline]] void WriteLine(const char* file, CTraceUtility::TRACE_DBG_LEVEL level,
+                                 const char* format, va_list arguments) {
+    const std::string line = VisibleText(Formatted(format, arguments));
+    if ((TraceFileLevels() & level) != 0) {
+        WriteTraceLine(file == nullptr ? "-" : file, level, line);
+    }
+    if ((ObservedLevels() & level) != 0) {
+        ObserveTrace(level, line);
+    }
+}
+
 }  // namespace
 
 void CTraceUtility::WriteDebug(const char* file, TRACE_DBG_LEVEL level, const char* format, ...) {
-    const bool toFile = (TraceFileLevels() & level) != 0;
-    const bool toObserver = (ObservedLevels() & level) != 0;
-    if ((!toFile && !toObserver) || format == nullptr) {
+    if (((TraceFileLevels() | ObservedLevels()) & level) == 0 || format == nullptr) {
         return;
     }
     va_list arguments;
     va_start(arguments, format);
-    const std::string line = VisibleText(Formatted(format, arguments));
+    WriteLine(file, level, format, arguments);
     va_end(arguments);
-    if (toFile) {
-        WriteTraceLine(file == nullptr ? "-" : file, level, line);
-    }
-    if (toObserver) {
-        ObserveTrace(level, line);
-    }
 }
 
 void CTraceUtility::WriteTrace(const char*, const char* messageId, ...) {

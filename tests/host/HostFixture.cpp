@@ -21,7 +21,8 @@ std::string MakeTestFolder() {
 
 class TestFolderEnvironment : public ::testing::Environment {
 public:
-    TestFolderEnvironment() { setenv("QDM_INSTALL_PATH", TestFolder().c_str(), 1); }
+    // Not when it is made, which listing the tests does, too: nobody would remove the folder.
+    void SetUp() override { setenv("QDM_INSTALL_PATH", TestFolder().c_str(), 1); }
     void TearDown() override { std::filesystem::remove_all(TestFolder()); }
 };
 

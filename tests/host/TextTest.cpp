@@ -9,6 +9,7 @@
 #include "host/CQdmXmlWrite.h"
 #include "host/CStringUtil.h"
 #include "host/ComLib/PciDevices.h"
+#include "host/ComLib/PciModalias.h"
 #include "host/PrivateProfile.h"
 #include "tests/host/HostFixture.h"
 
@@ -81,6 +82,25 @@ TEST(Pci, Identifiers) {
         EXPECT_FALSE(CCommon_Information::GetPCIInfo(text, &bus, &bus, &bus, "test"));
         EXPECT_EQ(bus, -1);
     }
+}
+
+TEST(PciModalias, IsTakenWholeOrNotAtAll) {
+    const std::string sound = "pci:v000010DFd0000E200sv000010DFsd0000E282bc0Csc04i00\n";
+    const auto device = ParsePciModalias(sound);
+    ASSERT_TRUE(device);
+    EXPECT_EQ(std::tie(device->vendor, device->device, device->subsystemVendor,
+                       device->subsystemDevice, device->classCode),
+              std::make_tuple("10df", "e200", "10df", "e282", 0xc0400U));
+    const std::pair<std::string, std::string> damages[] = {
+        {"pci:v0", "pci:v1"}, {"pci:", "usb:"},   {"d0000E200", "d0000E20"}, {"E282", "e282"},
+        {"E282", "E2G2"},     {"sv000010DF", ""}, {"bc0C", "bcC"},           {"i00\n", "i00"},
+        {"i00\n", "i00\nx"},  {"i00\n", "i0\n"}};
+    for (const auto& [part, damaged] : damages) {
+        std::string text = sound;
+        text.replace(text.find(part), part.size(), damaged);
+        EXPECT_FALSE(ParsePciModalias(text)) << text;
+    }
+    EXPECT_FALSE(ParsePciModalias(""));
 }
 
 TEST(Ini, Values) {
