@@ -4,6 +4,9 @@
 #include "provider/common/TextFile.h"
 #include "provider/common/Trace.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <string_view>
 
@@ -31,18 +34,30 @@ std::optional<long> NumberInColumn(std::string_view line, std::size_t width) {
     return CStringUtil::TStringToNumber(digits);
 }
 
+// Of a file that can be opened, or nothing.
+std::optional<FileStamp> StampOf(const std::string& path) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return std::nullopt;
+    }
+    struct stat status = {};
+    const bool known = ::fstat(descriptor, &status) == 0;
+    ::close(descriptor);
+    return known ? std::optional<FileStamp>(status) : std::nullopt;
+}
+
 }  // namespace
 
 std::shared_ptr<AdapterListing> AdapterListing::Read(const std::string& path) {
     static std::shared_ptr<AdapterListing> kept;
+    if (kept && StampOf(path) == kept->stamp) {
+        return kept;
+    }
     auto listing = std::make_shared<AdapterListing>(path);
     if (!listing->table) {
         return nullptr;
     }
     listing->stamp = listing->table.Stamp();
-    if (kept && listing->stamp && *listing->stamp == *kept->stamp) {
-        return kept;
-    }
     kept.reset();
     if (listing->stamp && listing->stamp->IsSettled() && listing->table.ReadAll()) {
         kept = listing;

@@ -41,11 +41,7 @@ const std::string AdapterTable::BusKey = "PCI Bus Number";
 const std::string AdapterTable::FunctionKey = "PCI Function";
 
 bool AdapterTable::Has(std::size_t index) {
-    const auto complete = [&] {
-        return std::all_of(columns.begin(), columns.end(),
-                           [&](const Column& column) { return index < column.reach; });
-    };
-    while (!complete() && ReadOn()) {
+    while (index >= columns.back().commonReach && ReadOn()) {
     }
     return index < columns[Address].reach;
 }
@@ -82,6 +78,17 @@ void AdapterTable::Take(std::string_view line) {
         if (found && column.match) {
             TakeValue(line, column);
         }
+    }
+    if (found) {
+        UpdateReach();
+    }
+}
+
+void AdapterTable::UpdateReach() {
+    std::size_t least = columns.front().reach;
+    for (Column& column : columns) {
+        least = std::min(least, column.reach);
+        column.commonReach = least;
     }
 }
 
@@ -122,8 +129,7 @@ AdapterTable::Record AdapterTable::At(std::size_t index) const {
 }
 
 std::string_view AdapterTable::Value(std::size_t index, Name name) const {
-    const bool complete = std::all_of(columns.begin(), columns.begin() + name + 1,
-                                      [&](const Column& column) { return index < column.reach; });
-    return complete ? ValueOf(columns[name].values[columns[name].lines[index]])
-                    : std::string_view();
+    const Column& column = columns[name];
+    return index < column.commonReach ? ValueOf(column.values[column.lines[index]])
+                                      : std::string_view();
 }

@@ -55,7 +55,8 @@ private:
     struct Column {
         std::vector<std::size_t> lines = {};  ///< for each line with a key, the value that it gives
         std::vector<Entry> values = {};
-        std::size_t reach = 0;  ///< number of those lines that give one
+        std::size_t reach = 0;        ///< number of those lines that give one
+        std::size_t commonReach = 0;  ///< the least of this column and those before it
         std::optional<KeyValueLine::Match> match = std::nullopt;  ///< in the line at hand
     };
 
@@ -63,6 +64,7 @@ private:
     void Take(std::string_view line);
     bool FindKeys(std::string_view line, std::size_t at);
     void TakeValue(std::string_view line, Column& column);
+    void UpdateReach();
     std::string_view ValueOf(const Entry& entry) const { return {&text[entry.begin], entry.size}; }
 
     TextFile file;

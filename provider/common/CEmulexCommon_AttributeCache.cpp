@@ -5,6 +5,7 @@
 #include "provider/common/CEmulexCommon.h"
 #include "provider/common/ErrorCode.h"
 #include "provider/common/FileAge.h"
+#include "provider/common/LineFile.h"
 #include "provider/common/TextFile.h"
 #include "provider/common/Trace.h"
 #include "provider/common/TraceScope.h"
@@ -16,6 +17,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
+#include <string_view>
 
 namespace {
 
@@ -47,15 +49,14 @@ bool Regenerate(const std::string& wwpn, const std::string& file) {
 }
 
 // The first line that contains the key anywhere decides.
-int ReadAttribute(std::istream& text, const std::string& key, std::string& value) {
-    std::string line;
-    while (std::getline(text, line)) {
-        if (line.empty() || line.find(key) == std::string::npos) {
+int ReadAttribute(LineFile& text, const std::string& key, std::string& value) {
+    while (const auto line = text.Next()) {
+        if (line->empty() || line->find(key) == std::string_view::npos) {
             continue;
         }
-        const std::size_t colon = line.find(':');
-        value = colon == std::string::npos ? "" : line.substr(colon + 1);
-        return colon == std::string::npos ? -1 : 0;
+        const std::size_t colon = line->find(':');
+        value = colon == std::string_view::npos ? "" : line->substr(colon + 1);
+        return colon == std::string_view::npos ? -1 : 0;
     }
     return -1;
 }
@@ -111,15 +112,18 @@ int CEmulexCommon::GetHbaAttribData(std::string wwpn, std::string key, std::stri
         !Regenerate(wwpn, file)) {
         return -1;
     }
-    std::ifstream text(file);
+    LineFile text(file);
     if (!text) {
         CTraceUtility::WriteDebug(Trace::File, Trace::Error, "file open error:%s", file.c_str());
         return -1;
     }
     const int result = ReadAttribute(text, key, value);
     CStringUtil::strTrimAll(value, value);
-    trace.SetExit("CEmulexCommon::GetHbaAttribData(" + wwpn + ") find:(" + key + ") return:(" +
-                  std::to_string(result) + ") [END]");
+    trace.SetExit([&wwpn, &key, result] {
+        CTraceUtility::WriteDebug(Trace::File, Trace::Flow,
+                                  "CEmulexCommon::GetHbaAttribData(%s) find:(%s) return:(%d) [END]",
+                                  wwpn.c_str(), key.c_str(), result);
+    });
     return result;
 }
 

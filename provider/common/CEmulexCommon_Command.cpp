@@ -173,7 +173,11 @@ int CEmulexCommon::GetOCMManagerInstallPath(std::string* out) {
         return 0;
     }
     *out = hbacmd;
-    trace.SetExit("CEmulexCommon::GetOCMManagerInstallPath() [END] [" + *out + "]");
+    trace.SetExit([out] {
+        CTraceUtility::WriteDebug(Trace::File, Trace::Flow,
+                                  "CEmulexCommon::GetOCMManagerInstallPath() [END] [%s]",
+                                  out->c_str());
+    });
     return 1;
 }
 

@@ -107,12 +107,13 @@ int CompareFcFirmware(const std::string& version1, const std::string& version2) 
 
 // Entry and exit lines of a comparison name its arguments and its result.
 template <typename Comparison>
-int Traced(const std::string& operation, const std::string& version1, const std::string& version2,
+int Traced(const char* operation, const std::string& version1, const std::string& version2,
            Comparison compare) {
-    TraceScope trace(
-        operation + "() [Start] Version1=[" + version1 + "],Version2=[" + version2 + "]", "");
+    CTraceUtility::WriteDebug(Trace::File, Trace::Flow, "%s() [Start] Version1=[%s],Version2=[%s]",
+                              operation, version1.c_str(), version2.c_str());
     const int result = compare(version1, version2);
-    trace.SetExit(operation + "() [END] Return=[" + std::to_string(result) + "]");
+    CTraceUtility::WriteDebug(Trace::File, Trace::Flow, "%s() [END] Return=[%d]", operation,
+                              result);
     return result;
 }
 

@@ -7,18 +7,25 @@ TraceScope::TraceScope(const char* operation, CTraceUtility::TRACE_DBG_LEVEL lev
     CTraceUtility::WriteDebug(Trace::File, level, "%s() [START]", operation);
 }
 
-TraceScope::TraceScope(const std::string& entry, std::string exit) : exit(std::move(exit)) {
+TraceScope::TraceScope(const std::string& entry, std::string exit) {
+    SetExit(std::move(exit));
     CTraceUtility::WriteDebug(Trace::File, Trace::Flow, "%s", entry.c_str());
 }
 
 TraceScope::~TraceScope() {
-    if (operation != nullptr && exit.empty()) {
-        CTraceUtility::WriteDebug(Trace::File, level, "%s() [END]", operation);
+    if (exit) {
+        exit();
     } else {
-        CTraceUtility::WriteDebug(Trace::File, level, "%s", exit.c_str());
+        CTraceUtility::WriteDebug(Trace::File, level, "%s() [END]", operation);
     }
 }
 
-void TraceScope::SetExit(std::string text) {
-    exit = std::move(text);
+void TraceScope::SetExit(const char* line) {
+    exit = [line, level = level] { CTraceUtility::WriteDebug(Trace::File, level, "%s", line); };
+}
+
+void TraceScope::SetExit(std::string line) {
+    exit = [line = std::move(line), level = level] {
+        CTraceUtility::WriteDebug(Trace::File, level, "%s", line.c_str());
+    };
 }

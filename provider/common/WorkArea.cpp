@@ -2,30 +2,39 @@
 
 #include "host/CFileUtility.h"
 
+#include <string_view>
+
 namespace {
 
-std::string Folder(const char* name) {
-    return CFileUtility::GetInstallPath(0) + "/tmp/EMULEX/" + name;
+// Asked for with every look-up of every port.
+std::string Path(std::string_view folder, std::string_view name) {
+    std::string path = CFileUtility::GetInstallPath(0);
+    path.reserve(path.size() + folder.size() + name.size());
+    path.append(folder).append(name);
+    return path;
 }
+
+constexpr std::string_view cache = "/tmp/EMULEX/cache";
+constexpr std::string_view temp = "/tmp/EMULEX/temp";
 
 }  // namespace
 
 namespace WorkArea {
 
 std::string CacheFolder() {
-    return Folder("cache");
+    return Path(cache, "");
 }
 
 std::string TempFolder() {
-    return Folder("temp");
+    return Path(temp, "");
 }
 
 std::string CacheFile(const std::string& name) {
-    return CacheFolder() + "/" + name;
+    return Path(cache, "/" + name);
 }
 
 std::string TempFile(const std::string& name) {
-    return TempFolder() + "/" + name;
+    return Path(temp, "/" + name);
 }
 
 std::string AdapterList() {

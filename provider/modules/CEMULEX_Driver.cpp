@@ -8,16 +8,17 @@
 
 CEMULEX_Driver::CEMULEX_Driver(std::string first, std::string second, std::string wwpn)
     : CDriverWithUpDrv(first, second), wwpn(wwpn) {
-    const TraceScope trace(TraceLine("CEMULEX_Driver::CEMULEX_Driver()", "[START]"),
-                           TraceLine("CEMULEX_Driver::CEMULEX_Driver()", "[END]"));
+    WriteLine("CEMULEX_Driver::CEMULEX_Driver()", "[START]");
+    WriteLine("CEMULEX_Driver::CEMULEX_Driver()", "[END]");
 }
 
 CEMULEX_Driver::~CEMULEX_Driver() {
     const TraceScope trace("CEMULEX_Driver::~CEMULEX_Driver");
 }
 
-std::string CEMULEX_Driver::TraceLine(const std::string& operation, const std::string& mark) const {
-    return operation + " [" + moduleName + "] [" + deviceId + "] [" + wwpn + "] " + mark;
+void CEMULEX_Driver::WriteLine(const char* operation, const std::string& mark) const {
+    CTraceUtility::WriteDebug(Trace::File, Trace::Flow, "%s [%s] [%s] [%s] %s", operation,
+                              moduleName.c_str(), deviceId.c_str(), wwpn.c_str(), mark.c_str());
 }
 
 void CEMULEX_Driver::SetWWPNorMac(std::string value) {
@@ -45,9 +46,9 @@ std::string CEMULEX_Driver::GetOperatingVersion() {
 
 int CEMULEX_Driver::CheckVendorVersion(std::string version1, std::string version2) {
     const char* operation = "CEMULEX_Driver::CheckVendorVersion()";
-    TraceScope trace(TraceLine(operation, "[START]"), "");
+    WriteLine(operation, "[START]");
     const int result = CEmulexCommon::CheckVendorVersion4SegNormal(version1, version2);
-    trace.SetExit(TraceLine(operation, "[END] return:" + std::to_string(result)));
+    WriteLine(operation, "[END] return:" + std::to_string(result));
     return result;
 }
 

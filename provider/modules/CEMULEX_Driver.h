@@ -38,5 +38,6 @@ protected:
     std::string wwpn;
 
 private:
-    std::string TraceLine(const std::string& operation, const std::string& mark) const;
+    /// "OPERATION [module] [device identifier] [WWPN] MARK"
+    void WriteLine(const char* operation, const std::string& mark) const;
 };

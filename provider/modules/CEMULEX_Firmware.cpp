@@ -9,26 +9,38 @@
 #include "provider/modules/OperatingVersion.h"
 
 #include <optional>
+#include <utility>
 
 CEMULEX_Firmware::CEMULEX_Firmware(std::string deviceId, std::string wwpn)
     : CFirmware(deviceId), wwpn(wwpn) {
+    WriteLine("CEMULEX_Firmware::CEMULEX_Firmware", "[START]");
     // The second blank of the exit line is relied on.
-    const TraceScope trace(
-        TraceLine("CEMULEX_Firmware::CEMULEX_Firmware", "[START]"),
-        "CEMULEX_Firmware::CEMULEX_Firmware()  [" + deviceId + "] [" + wwpn + "] [END]");
+    const TraceScope trace([&] {
+        CTraceUtility::WriteDebug(Trace::File, Trace::Flow,
+                                  "CEMULEX_Firmware::CEMULEX_Firmware()  [%s] [%s] [END]",
+                                  deviceId.c_str(), wwpn.c_str());
+    });
 }
 
 CEMULEX_Firmware::~CEMULEX_Firmware() {
     const TraceScope trace = Traced("CEMULEX_Firmware::~CEMULEX_Firmware");
 }
 
-TraceScope CEMULEX_Firmware::Traced(const std::string& operation) const {
-    return TraceScope(TraceLine(operation, "[START]"), TraceLine(operation, "[END]"));
+TraceScope CEMULEX_Firmware::Traced(const char* operation) const {
+    WriteLine(operation, "[START]");
+    return TraceScope([this, operation] { WriteLine(operation, "[END]"); });
 }
 
-std::string CEMULEX_Firmware::TraceLine(const std::string& operation,
-                                        const std::string& mark) const {
-    return operation + "() [" + deviceId + "] [" + wwpn + "] " + mark;
+TraceScope::Writer CEMULEX_Firmware::ResultLine(const char* operation, std::string result) const {
+    return [this, operation, result = std::move(result)] {
+        CTraceUtility::WriteDebug(Trace::File, Trace::Flow, "%s() [%s] [%s] [%s] [END]", operation,
+                                  deviceId.c_str(), wwpn.c_str(), result.c_str());
+    };
+}
+
+void CEMULEX_Firmware::WriteLine(const char* operation, const char* mark) const {
+    CTraceUtility::WriteDebug(Trace::File, Trace::Flow, "%s() [%s] [%s] %s", operation,
+                              deviceId.c_str(), wwpn.c_str(), mark);
 }
 
 void CEMULEX_Firmware::SetWWPNorMac(std::string value) {
@@ -39,7 +51,7 @@ std::string CEMULEX_Firmware::GetOperatingVersion() {
     const char* name = "CEMULEX_Firmware::GetOperatingVersion";
     TraceScope trace = Traced(name);
     std::string version = ReadOperatingVersion();
-    trace.SetExit(TraceLine(name, "[" + version + "] [END]"));
+    trace.SetExit(ResultLine(name, version));
     return version;
 }
 
@@ -62,10 +74,11 @@ std::string CEMULEX_Firmware::ReadOperatingVersion() {
 }
 
 std::string CEMULEX_Firmware::FormatVersionString(std::string version) {
-    const std::string name = "CEMULEX_Firmware::FormatVersionString()";
-    TraceScope trace(name + " [" + version + "][START]", "");
-    version = OperatingVersion::FourSegments((name + " Version format error.").c_str(), version);
-    trace.SetExit(name + " [" + version + "][END]");
+    constexpr const char* name = "CEMULEX_Firmware::FormatVersionString()";
+    OperatingVersion::TraceFormatting(name, version, "START");
+    version = OperatingVersion::FourSegments(
+        "CEMULEX_Firmware::FormatVersionString() Version format error.", version);
+    OperatingVersion::TraceFormatting(name, version, "END");
     return version;
 }
 
@@ -73,7 +86,7 @@ int CEMULEX_Firmware::CheckVendorVersion(std::string version1, std::string versi
     const char* name = "CEMULEX_Firmware::CheckVendorVersion";
     TraceScope trace = Traced(name);
     const int result = CEmulexCommon::CheckVendorVersion4SegNormal(version1, version2);
-    trace.SetExit(TraceLine(name, "[" + std::to_string(result) + "] [END]"));
+    trace.SetExit(ResultLine(name, std::to_string(result)));
     return result;
 }
 
@@ -84,16 +97,17 @@ int CEMULEX_Firmware::UpdateBackup(std::string, bool) {
 
 int CEMULEX_Firmware::PreUpdate(std::string, std::string updateModule,
                                 std::list<std::string>* messages, bool flag) {
-    TraceScope trace("CEMULEX_Firmware::PreUpdate() [" + uniqueName + "] [" + deviceId + "] [" +
-                         wwpn + "] [START]",
-                     TraceLine("CEMULEX_Firmware::PreUpdate", "[END]"));
+    CTraceUtility::WriteDebug(Trace::File, Trace::Flow,
+                              "CEMULEX_Firmware::PreUpdate() [%s] [%s] [%s] [START]",
+                              uniqueName.c_str(), deviceId.c_str(), wwpn.c_str());
+    TraceScope trace([this] { WriteLine("CEMULEX_Firmware::PreUpdate", "[END]"); });
     std::string ocmPath;
     if (CEmulexCommon::GetOCMManagerInstallPath(&ocmPath) == 0) {
         OperatorMessage::ToolMissing(OperatorMessage::FirmwareWord, "fc");
         CTraceUtility::WriteDebug(Trace::File, Trace::Error,
                                   "Failed to get One Command Manager Install Path");
         // The constructor's name is relied on.
-        trace.SetExit(TraceLine("CEMULEX_Firmware::CEMULEX_Firmware", "[END]"));
+        trace.SetExit([this] { WriteLine("CEMULEX_Firmware::CEMULEX_Firmware", "[END]"); });
         return 1;
     }
     if (FwUpdate(updateModule, WorkArea::TempFile("firm"), ocmPath, messages, flag)) {

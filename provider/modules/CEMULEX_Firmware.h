@@ -37,14 +37,16 @@ public:
                   std::list<std::string>* messages, bool);
 
 protected:
-    /// Entry and exit lines that tell the port.
-    TraceScope Traced(const std::string& operation) const;
-    /// "OPERATION() [device identifier] [WWPN] MARK"
-    std::string TraceLine(const std::string& operation, const std::string& mark) const;
+    /// Entry and exit lines that tell the port. Keeps the pointer.
+    TraceScope Traced(const char* operation) const;
+    /// Writes an exit line that also tells the result.
+    TraceScope::Writer ResultLine(const char* operation, std::string result) const;
 
     std::string wwpn;
 
 private:
+    /// "OPERATION() [device identifier] [WWPN] MARK"
+    void WriteLine(const char* operation, const char* mark) const;
     std::string ReadOperatingVersion();
     bool IsLeftToOtherFunction(int function) const;
 };

@@ -3,13 +3,14 @@
 #include "host/CCommon_Information.h"
 #include "provider/common/CEmulexCommon.h"
 #include "provider/common/FileAge.h"
+#include "provider/common/LineFile.h"
 #include "provider/common/Trace.h"
 #include "provider/common/TraceScope.h"
 #include "provider/common/WorkArea.h"
 #include "provider/modules/OperatingVersion.h"
 
-#include <fstream>
 #include <optional>
+#include <string_view>
 
 namespace {
 
@@ -49,20 +50,19 @@ bool Refresh(const std::string& file) {
 
 // What follows the first ":" of the line that tells the version; empty when there is none.
 std::string ReadVersion(const std::string& file) {
-    std::ifstream output(file);
-    if (!output.is_open()) {
+    LineFile output(file);
+    if (!output) {
         CTraceUtility::WriteDebug(Trace::File, Trace::Error,
                                   "CEMULEX_OCM_Utility::GetOperatingVersion() file open error:%s",
                                   file.c_str());
         return "";
     }
-    std::string line;
-    while (std::getline(output, line)) {
-        if (line.find("Command Line Interface") == std::string::npos) {
+    while (const auto line = output.Next()) {
+        if (line->find("Command Line Interface") == std::string_view::npos) {
             continue;
         }
-        const size_t colon = line.find(':');
-        std::string version = colon == std::string::npos ? "" : line.substr(colon + 1);
+        const size_t colon = line->find(':');
+        std::string version(colon == std::string_view::npos ? "" : line->substr(colon + 1));
         CTraceUtility::WriteDebug(Trace::File, Trace::Info,
                                   "CEMULEX_OCM_Utility::GetOperatingVersion() strRetVal:%s",
                                   version.c_str());
@@ -104,7 +104,11 @@ std::string CEMULEX_OCM_Utility::GetOperatingVersion() {
         IsFreshCache(file, "CEMULEX_OCM_Utility::GetOperatingVersion() Hba version file") ||
         Refresh(file);
     std::string version = Normalised(readable ? ReadVersion(file) : "");
-    trace.SetExit("CEMULEX_OCM_Utility::GetOperatingVersion() FixVersion:(" + version + ") [END]");
+    trace.SetExit([version] {
+        CTraceUtility::WriteDebug(
+            Trace::File, Trace::Flow,
+            "CEMULEX_OCM_Utility::GetOperatingVersion() FixVersion:(%s) [END]", version.c_str());
+    });
     return version;
 }
 

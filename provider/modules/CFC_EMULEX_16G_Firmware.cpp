@@ -15,6 +15,6 @@ int CFC_EMULEX_16G_Firmware::CheckVendorVersion(std::string version1, std::strin
     const char* name = "CFC_EMULEX_16G_Firmware::CheckVendorVersion";
     TraceScope trace = Traced(name);
     const int result = CEmulexCommon::CheckVendorVersion4SegNormal(version1, version2);
-    trace.SetExit(TraceLine(name, "[" + std::to_string(result) + "] [END]"));
+    trace.SetExit(ResultLine(name, std::to_string(result)));
     return result;
 }

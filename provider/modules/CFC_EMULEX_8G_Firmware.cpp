@@ -20,7 +20,7 @@ int CFC_EMULEX_8G_Firmware::CheckVendorVersion(std::string version1, std::string
     const char* name = "CFC_EMULEX_8G_Firmware::CheckVendorVersion";
     TraceScope trace = Traced(name);
     const int result = CEmulexCommon::CheckVendorVersionFCFirmware(version1, version2);
-    trace.SetExit(TraceLine(name, "[" + std::to_string(result) + "] [END]"));
+    trace.SetExit(ResultLine(name, std::to_string(result)));
     return result;
 }
 
@@ -44,11 +44,11 @@ std::string CFC_EMULEX_8G_Firmware::FormatVersionString(std::string version) {
 }
 
 std::string CFC_EMULEX_8G_Firmware::CheckBootBiosVersionFormat(std::string version) {
-    const std::string name = "CFC_EMULEX_8G_Firmware::CheckBootBiosVersionFormat()";
-    TraceScope trace(name + " [" + version + "][START]", "");
+    constexpr const char* name = "CFC_EMULEX_8G_Firmware::CheckBootBiosVersionFormat()";
+    OperatingVersion::TraceFormatting(name, version, "START");
     if (!CEmulexCommon::CheckVersionFCFirmwareFormat(version)) {
         version = OperatingVersion::Abnormal;
     }
-    trace.SetExit(name + " [" + version + "][END]");
+    OperatingVersion::TraceFormatting(name, version, "END");
     return version;
 }

@@ -30,9 +30,9 @@ CFC_EMULEX_Driver::~CFC_EMULEX_Driver() {
 }
 
 std::string CFC_EMULEX_Driver::FormatVersionString(std::string version) {
-    const std::string name = "CFC_EMULEX_Driver::FormatVersionString()";
-    TraceScope trace(name + " [" + version + "][START]", "");
+    constexpr const char* name = "CFC_EMULEX_Driver::FormatVersionString()";
+    OperatingVersion::TraceFormatting(name, version, "START");
     version = Formatted(version);
-    trace.SetExit(name + " [" + version + "][END]");
+    OperatingVersion::TraceFormatting(name, version, "END");
     return version;
 }

@@ -17,7 +17,7 @@ std::string CFC_EMULEX_Firmware::GetBootBiosVersion() {
     const char* name = "CFC_EMULEX_Firmware::GetBootBiosVersion";
     TraceScope trace = Traced(name);
     std::string version = ReadBootBiosVersion();
-    trace.SetExit(TraceLine(name, "[" + version + "] [END]"));
+    trace.SetExit(ResultLine(name, version));
     return version;
 }
 
@@ -35,7 +35,8 @@ std::string CFC_EMULEX_Firmware::ReadBootBiosVersion() {
 }
 
 std::string CFC_EMULEX_Firmware::CheckBootBiosVersionFormat(std::string version) {
-    const std::string name = "CFC_EMULEX_Firmware::CheckBootBiosVersionFormat()";
-    const TraceScope trace(name + " [" + version + "][START]", name + " [" + version + "][END]");
+    constexpr const char* name = "CFC_EMULEX_Firmware::CheckBootBiosVersionFormat()";
+    OperatingVersion::TraceFormatting(name, version, "START");
+    OperatingVersion::TraceFormatting(name, version, "END");
     return version;
 }

@@ -39,6 +39,11 @@ std::optional<std::string> FromAdapter(const char* operation, const std::string&
     return value;
 }
 
+void TraceFormatting(const char* operation, const std::string& version, const char* mark) {
+    CTraceUtility::WriteDebug(Trace::File, Trace::Flow, "%s [%s][%s]", operation, version.c_str(),
+                              mark);
+}
+
 std::string FourSegments(const char* complaint, std::string version) {
     CStringUtil::strTrimAll(version, version);
     version = CEmulexCommon::FormatVersion4SegCleanDust(version);

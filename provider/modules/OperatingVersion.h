@@ -26,6 +26,9 @@ std::string DuringUpdate(const char* operation, const std::string& wwpn,
 std::optional<std::string> FromAdapter(const char* operation, const std::string& wwpn,
                                        const char* attribute);
 
+/// Traces "OPERATION [VERSION][MARK]".
+void TraceFormatting(const char* operation, const std::string& version, const char* mark);
+
 /// Four numeric segments, blanks around and dust behind the last one taken off. `Abnormal` for any
 /// other text, traced with `complaint` in front.
 std::string FourSegments(const char* complaint, std::string version);
