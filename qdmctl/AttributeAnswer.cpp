@@ -1,9 +1,12 @@
 #include "qdmctl/AttributeAnswer.h"
 
+#include "qdmctl/FileAccess.h"
+
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
-#include <fstream>
+#include <optional>
+#include <system_error>
 
 namespace qdmctl {
 namespace {
@@ -38,14 +41,20 @@ std::string UsualName(const std::string& wwpn) {
     return name + ".txt";
 }
 
-/// The file that the provider keeps a port's attributes in; empty where there is none. Only a name
-/// in other letters needs a look at the whole folder, which has a file of every port.
-std::filesystem::path AttributesOf(const std::filesystem::path& folder, const std::string& wwpn) {
-    std::error_code error;
-    std::filesystem::path usual = folder / UsualName(wwpn);
-    if (std::filesystem::exists(usual, error)) {
-        return usual;
+/// The first line of a file, as far as a heading goes; nothing where it cannot be opened.
+std::optional<std::string> FirstLineOf(const std::string& path) {
+    constexpr std::size_t longestHeading = 256;
+    auto text = ReadBeginning(path, longestHeading);
+    if (text) {
+        text->resize(std::min(text->find('\n'), text->size()));
     }
+    return text;
+}
+
+/// A file of the port under another name: in other letters. It takes a look at the whole folder,
+/// which has a file of every port.
+std::string UnusualFileOf(const std::string& folder, const std::string& wwpn) {
+    std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
         const std::string name = entry.path().stem().string();
         if (BeginsWith(name, filePrefix) && Bare(name.substr(sizeof filePrefix - 1)) == wwpn) {
@@ -55,18 +64,15 @@ std::filesystem::path AttributesOf(const std::filesystem::path& folder, const st
     return {};
 }
 
-bool HeadingNamesOther(const std::filesystem::path& file, const std::string& wwpn) {
-    std::ifstream text(file);
-    std::string line;
-    std::getline(text, line);
-    return BeginsWith(line, heading) && Bare(line.substr(sizeof heading - 1)) != wwpn;
-}
-
 }  // namespace
 
 bool NamesOtherPort(const std::string& root, const std::string& wwpn) {
-    const std::filesystem::path file = AttributesOf(root + cacheFolder, wwpn);
-    return !file.empty() && HeadingNamesOther(file, wwpn);
+    const std::string folder = root + cacheFolder;
+    auto line = FirstLineOf(folder + "/" + UsualName(wwpn));
+    if (!line) {
+        line = FirstLineOf(UnusualFileOf(folder, wwpn));
+    }
+    return line && BeginsWith(*line, heading) && Bare(line->substr(sizeof heading - 1)) != wwpn;
 }
 
 }  // namespace qdmctl

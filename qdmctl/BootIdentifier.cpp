@@ -1,14 +1,12 @@
 #include "qdmctl/BootIdentifier.h"
 
-#include <fstream>
+#include "qdmctl/FileAccess.h"
 
 namespace qdmctl {
 
 std::string BootIdentifier() {
-    std::ifstream file("/proc/sys/kernel/random/boot_id");
-    std::string identifier;
-    file >> identifier;
-    return identifier;
+    const std::string text = ReadBeginning("/proc/sys/kernel/random/boot_id").value_or("");
+    return text.substr(0, text.find('\n'));
 }
 
 }  // namespace qdmctl

@@ -8,9 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <ctime>
-#include <filesystem>
 #include <fstream>
-#include <system_error>
 
 namespace qdmctl {
 namespace {
@@ -20,19 +18,17 @@ constexpr char CacheFolder[] = "/tmp/EMULEX/cache";
 constexpr char BootFile[] = "/tmp/qdmctl/boot";
 
 std::string FirstLineOf(const std::string& path) {
-    std::ifstream file(path);
-    std::string line;
-    std::getline(file, line);
-    return line;
+    const std::string text = ReadBeginning(path).value_or("");
+    return text.substr(0, text.find('\n'));
 }
 
 /// The provider takes these for new, for as long as the clock has been set back.
 bool IsOfFuture(const std::string& root) {
     const std::time_t now = std::time(nullptr);
-    std::error_code failed;
-    for (const auto& entry : std::filesystem::directory_iterator(root + CacheFolder, failed)) {
+    const OpenFolder folder(root + CacheFolder);
+    while (const char* name = folder.Next()) {
         struct stat status {};
-        if (::lstat(entry.path().c_str(), &status) == 0 && status.st_mtime > now) {
+        if (folder.StatusOf(name, status) && status.st_mtime > now) {
             return true;
         }
     }

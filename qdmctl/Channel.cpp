@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <utility>
 
 namespace qdmctl {
 namespace {
@@ -22,21 +21,11 @@ Channel::~Channel() {
     }
 }
 
-void Channel::SendWithNext(FrameType type, const std::string& text) {
-    const auto size = static_cast<std::uint32_t>(text.size());
-    char header[HeaderSize];
-    std::memcpy(header, &size, sizeof size);
-    header[sizeof size] = static_cast<char>(type);
-    waiting.append(header, HeaderSize).append(text);
-}
-
 bool Channel::Send(FrameType type, const std::string& text) {
-    SendWithNext(type, text);
-    return Flush();
-}
-
-bool Channel::Flush() {
-    const std::string bytes = std::exchange(waiting, std::string());
+    const auto size = static_cast<std::uint32_t>(text.size());
+    std::string bytes(reinterpret_cast<const char*>(&size), sizeof size);
+    bytes += static_cast<char>(type);
+    bytes += text;
     for (std::size_t sent = 0; sent < bytes.size();) {
         const ssize_t count =
             ::send(descriptor, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);

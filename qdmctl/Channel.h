@@ -36,10 +36,6 @@ public:
     /// False when the other end is gone.
     bool Send(FrameType type, const std::string& text = {});
 
-    /// Keeps the frame for the next call of Send or Flush, so that the other end is woken once.
-    void SendWithNext(FrameType type, const std::string& text = {});
-    bool Flush();
-
     /// Waits for the next frame; empty when the other end is gone.
     std::optional<Frame> Receive();
 
@@ -52,7 +48,6 @@ private:
     bool ReadAll(char* data, std::size_t size);
 
     int descriptor;
-    std::string waiting;
 };
 
 }  // namespace qdmctl

@@ -2,7 +2,6 @@
 #include "qdmctl/AnswerJson.h"
 #include "qdmctl/Command.h"
 #include "qdmctl/ConfigReport.h"
-#include "qdmctl/FileAccess.h"
 #include "qdmctl/OutputFolder.h"
 #include "qdmctl/Session.h"
 
@@ -10,7 +9,6 @@ namespace qdmctl {
 namespace {
 
 constexpr char dataFile[] = "Emulex_FcConfigInfo.json";
-constexpr std::size_t longestDocument = 16U << 20U;
 
 bool OpenOutput(Session& session, OutputFolder& output) {
     if (auto error = output.Open(session.options.output)) {
@@ -22,46 +20,44 @@ bool OpenOutput(Session& session, OutputFolder& output) {
 
 /// The provider writes where nobody else can; what it wrote is copied from there. Ports that could
 /// not be read are in the document all the same, as the provider tells them.
-std::string Collect(Session& session, std::vector<ReportedPort>& reported) {
+CollectedReport Collect(Session& session) {
     std::vector<CVendor*> vendors;
     for (const PortSession& port : session.Ports()) {
         if (port.usable) {
             vendors.push_back(port.vendor.get());
         }
     }
-    const std::string folder = session.ScratchFolder("report");
+    const std::string folder = session.ReportFolder();
     if (vendors.empty() || folder.empty()) {
         return {};
     }
     Step step = session.ReadingStep("collecting the report", nullptr);
     step.deadlineMs *= static_cast<unsigned>(vendors.size());
-    session.Reading(step, [&] { reported = CollectReport(vendors, folder + "/"); });
-    PlainFile file = OpenPlainFile(folder, reportFile);
-    return file.refusal.empty() ? ReadWhole(file, longestDocument) : std::string();
+    CollectedReport report;
+    session.Reading(step, [&] { report = CollectReport(vendors, folder); });
+    return report;
 }
 
 /// The answer goes into a file beside the document as it goes to standard output.
-void Write(Session& session, OutputFolder& output, const std::string& document,
-           std::vector<ReportedPort> reported) {
+void Write(Session& session, OutputFolder& output, CollectedReport report) {
     Answer& answer = session.answer;
     answer.report = WrittenReport{output.PathOf(reportFile), output.PathOf(dataFile),
-                                  output.Holds(reportFile), std::move(reported)};
+                                  output.Holds(reportFile), std::move(report.ports)};
     Conclude(answer, session.options.command->schema);
-    if (auto error = output.Write({{reportFile, document}, {dataFile, ToJson(answer)}})) {
+    if (auto error = output.Write({{reportFile, report.document}, {dataFile, ToJson(answer)}})) {
         answer.report.reset();
         answer.errors.push_back(std::move(*error));
     }
 }
 
 void Report(Session& session, OutputFolder& output) {
-    std::vector<ReportedPort> reported;
-    const std::string document = Collect(session, reported);
+    CollectedReport report = Collect(session);
     session.Publish();
     if (session.Stopped()) {
         return;
     }
-    if (!reported.empty() && !document.empty()) {
-        Write(session, output, document, std::move(reported));
+    if (!report.ports.empty() && !report.document.empty()) {
+        Write(session, output, std::move(report));
     } else if (session.answer.errors.empty()) {
         session.AddError(ErrorId::Internal, "the provider has left no report",
                          "run the command again with --trace FILE and report the trace");

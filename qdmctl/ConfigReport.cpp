@@ -1,11 +1,15 @@
 #include "qdmctl/ConfigReport.h"
 
 #include "host/CVendor.h"
+#include "qdmctl/FileAccess.h"
 
+#include <unistd.h>
 #include <pugixml.hpp>
 
 namespace qdmctl {
 namespace {
+
+constexpr std::size_t longestDocument = 16U << 20U;
 
 std::string Attribute(const pugi::xml_node& group, const char* name) {
     return group.find_child_by_attribute("attr", "name", name).attribute("value").value();
@@ -28,26 +32,39 @@ ReportedPort FromNode(const pugi::xml_node& node) {
     return port;
 }
 
-}  // namespace
-
-std::vector<ReportedPort> CollectReport(const std::vector<CVendor*>& vendors,
-                                        const std::string& folder) {
-    if (vendors.empty() || vendors.front()->StartOutputDeviceConfigInfo(folder, nullptr) != 0) {
-        return {};
+/// The provider's result of the last phase; 0 when the document was written.
+int RunPhases(const std::vector<CVendor*>& vendors, const std::string& folder) {
+    const int begun = vendors.front()->StartOutputDeviceConfigInfo(folder, nullptr);
+    if (begun != 0) {
+        return begun;
     }
     for (CVendor* vendor : vendors) {
         vendor->ExecOutputDeviceConfigInfo(folder, nullptr);
     }
-    pugi::xml_document document;
-    if (vendors.front()->EndOutputDeviceConfigInfo(folder, nullptr) != 0 ||
-        !document.load_file((folder + reportFile).c_str())) {
+    return vendors.front()->EndOutputDeviceConfigInfo(folder, nullptr);
+}
+
+std::string TakeDocument(const std::string& folder) {
+    PlainFile file = OpenPlainFile(folder, reportFile);
+    std::string document = file.refusal.empty() ? ReadWhole(file, longestDocument) : std::string();
+    ::unlink((folder + "/" + reportFile).c_str());
+    return document;
+}
+
+}  // namespace
+
+CollectedReport CollectReport(const std::vector<CVendor*>& vendors, const std::string& folder) {
+    if (vendors.empty() || RunPhases(vendors, folder + "/") != 0) {
         return {};
     }
-    std::vector<ReportedPort> ports;
-    for (const pugi::xml_node& node : document.child("data").children("port")) {
-        ports.push_back(FromNode(node));
+    CollectedReport report{TakeDocument(folder), {}};
+    pugi::xml_document document;
+    if (document.load_buffer(report.document.data(), report.document.size())) {
+        for (const pugi::xml_node& node : document.child("data").children("port")) {
+            report.ports.push_back(FromNode(node));
+        }
     }
-    return ports;
+    return report;
 }
 
 }  // namespace qdmctl

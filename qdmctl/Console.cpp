@@ -3,8 +3,20 @@
 #include "qdmctl/AnswerJson.h"
 
 namespace qdmctl {
+namespace {
+
+/// What a person sees only if it lasts, and what needs no consent.
+bool IsQuiet(const Step& step) {
+    return !step.changing && !step.announce;
+}
+
+}  // namespace
 
 bool Console::Begin(const Step& step) {
+    if (IsQuiet(step)) {
+        board.Show(step);
+        return true;
+    }
     if (step.changing && StopRequested()) {
         return false;
     }
@@ -19,20 +31,13 @@ bool Console::Begin(const Step& step) {
     return begun;
 }
 
-void Console::End() {
+void Console::End(const Step& step) {
+    if (IsQuiet(step)) {
+        board.Clear();
+        return;
+    }
     watch.SetChanging(false);
-    if (joining) {
-        channel.SendWithNext(FrameType::StepEnd);
-    } else {
-        channel.Send(FrameType::StepEnd);
-    }
-}
-
-void Console::JoinSteps(bool value) {
-    joining = value;
-    if (!joining) {
-        channel.Flush();
-    }
+    channel.Send(FrameType::StepEnd);
 }
 
 void Console::Report(const Answer& answer) {
@@ -44,7 +49,8 @@ bool Console::Ask(const std::string& question) {
 }
 
 bool Console::StopRequested() {
-    while (!stop && channel.Ready()) {
+    const bool news = board.Called() || watch.FrontIsGone();
+    while (!stop && news && channel.Ready()) {
         const auto frame = channel.Receive();
         stop = !frame || frame->type == FrameType::Stop;
     }

@@ -3,8 +3,10 @@
 #include "qdmctl/Channel.h"
 #include "qdmctl/FrontWatch.h"
 #include "qdmctl/Step.h"
+#include "qdmctl/StepBoard.h"
 
 #include <string>
+#include <utility>
 
 namespace qdmctl {
 
@@ -13,17 +15,14 @@ struct Answer;
 /// What a command says to the front process while it runs in the worker, and what it hears from it.
 class Console {
 public:
-    explicit Console(Channel& channel) : channel(channel), watch(channel.Descriptor()) {}
+    Console(Channel& channel, StepBoard& board)
+        : channel(channel), board(board), watch(channel.Descriptor()) {}
 
     /// Announces a step. A changing step begins only when the front process agrees, so that the
     /// front process always knows whether something runs that must not be ended. False: stop, the
     /// step may not begin.
     [[nodiscard]] bool Begin(const Step& step);
-    void End();
-
-    /// While this is set, the end of a step is told together with what follows it: each word wakes
-    /// the front process. Clearing it tells what is left.
-    void JoinSteps(bool value);
+    void End(const Step& step);
 
     /// Keeps the answer that holds if this process ends without another word.
     void Report(const Answer& answer);
@@ -35,22 +34,26 @@ public:
     /// begun.
     bool StopRequested();
 
+    /// The command is done: no step will follow.
+    void Dismiss() const { watch.Dismiss(); }
+
 private:
     bool AwaitConsent();
 
     Channel& channel;
+    StepBoard& board;
     FrontWatch watch;
     bool stop = false;
-    bool joining = false;
 };
 
 /// A step that ends with its scope.
 class StepScope {
 public:
-    StepScope(Console& console, const Step& step) : console(console), begun(console.Begin(step)) {}
+    StepScope(Console& console, Step step)
+        : console(console), step(std::move(step)), begun(console.Begin(this->step)) {}
     ~StepScope() {
         if (begun) {
-            console.End();
+            console.End(step);
         }
     }
     StepScope(const StepScope&) = delete;
@@ -60,19 +63,8 @@ public:
 
 private:
     Console& console;
+    Step step;
     bool begun;
-};
-
-/// Short reading steps that follow each other, with hardly any work between them.
-class StepRow {
-public:
-    explicit StepRow(Console& console) : console(console) { console.JoinSteps(true); }
-    ~StepRow() { console.JoinSteps(false); }
-    StepRow(const StepRow&) = delete;
-    StepRow& operator=(const StepRow&) = delete;
-
-private:
-    Console& console;
 };
 
 }  // namespace qdmctl

@@ -1,12 +1,12 @@
 #include "qdmctl/Discovery.h"
 
-#include "host/PrivateProfile.h"
+#include "host/DllCommon/IniText.h"
 #include "qdmctl/FileAccess.h"
 #include "qdmctl/TextForms.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
+#include <charconv>
 
 namespace qdmctl {
 namespace {
@@ -15,6 +15,7 @@ namespace {
 constexpr char section[] = "SuportDevice";
 constexpr char countKey[] = "SuportDeviceNum";
 constexpr int mostEntries = 1000;
+constexpr std::size_t longestList = 1U << 20U;
 constexpr std::size_t idDigits = 4;
 constexpr std::size_t idsInKey = 4;
 
@@ -26,12 +27,21 @@ bool IsFibreChannel(const PciDevice& device) {
     return device.classCode >> interfaceBits == fibreChannelClass;
 }
 
+std::string ValueOf(const std::string& list, const std::string& key) {
+    return FindIniValue(list, section, key).value_or("");
+}
+
+/// 0 where there is none, or something else than a number.
+int CountOf(const std::string& list) {
+    const std::string text = ValueOf(list, countKey);
+    const char* const end = text.data() + text.size();
+    int count = 0;
+    return std::from_chars(text.data(), end, count).ptr == end ? std::min(count, mostEntries) : 0;
+}
+
 /// The four digits behind a prefix such as "VEN_", in lower case; empty for another form.
-std::string ReadId(const std::string& key, const std::string& prefix, const std::string& file) {
-    std::array<char, 256> buffer{};
-    GetPrivateProfileStringA(section, key.c_str(), "", buffer.data(),
-                             static_cast<unsigned>(buffer.size()), file.c_str());
-    const std::string value = buffer.data();
+std::string ReadId(const std::string& list, const std::string& key, const std::string& prefix) {
+    const std::string value = ValueOf(list, key);
     if (value.compare(0, prefix.size(), prefix) != 0) {
         return {};
     }
@@ -80,10 +90,8 @@ bool HasKeyForm(const Model& model, const std::string& key) {
 }
 
 /// Whether the list goes as far as it says; what such an entry holds is another matter.
-bool HasEntry(int number, const std::string& file) {
-    const std::string key = "Device" + std::to_string(number);
-    char text[2];
-    return GetPrivateProfileStringA(section, key.c_str(), "", text, sizeof text, file.c_str()) > 0;
+bool HasEntry(const std::string& list, int number) {
+    return !ValueOf(list, "Device" + std::to_string(number)).empty();
 }
 
 Loaded<std::vector<PciIds>> Refuse(const std::string& file, const std::string& reason) {
@@ -96,20 +104,23 @@ Loaded<std::vector<PciIds>> Refuse(const std::string& file, const std::string& r
 Loaded<std::vector<PciIds>> ReadSupportedDevices(const std::string& file) {
     const std::size_t slash = file.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : file.substr(0, slash);
-    const PlainFile list = OpenPlainFile(folder, file.substr(slash + 1));
-    const std::string distrust = list.refusal.empty() ? DistrustOf(file) : list.refusal;
+    PlainFile plain = OpenPlainFile(folder, file.substr(slash + 1));
+    const std::string distrust = plain.refusal.empty() ? DistrustOf(file) : plain.refusal;
     if (!distrust.empty()) {
         return Refuse(file, distrust);
     }
+    const std::string list = ReadWhole(plain, longestList);
+    if (!plain.refusal.empty()) {
+        return Refuse(file, plain.refusal);
+    }
     std::vector<PciIds> devices;
-    const int count =
-        std::min(GetPrivateProfileIntA(section, countKey, 0, file.c_str()), mostEntries);
-    if (count < 1 || !HasEntry(count, file)) {
+    const int count = CountOf(list);
+    if (count < 1 || !HasEntry(list, count)) {
         return Refuse(file, "is empty or cut short");
     }
     for (int i = 1; i <= count; ++i) {
-        PciIds ids = {ReadId("Vendor" + std::to_string(i), "VEN_", file),
-                      ReadId("Device" + std::to_string(i), "DEV_", file)};
+        PciIds ids = {ReadId(list, "Vendor" + std::to_string(i), "VEN_"),
+                      ReadId(list, "Device" + std::to_string(i), "DEV_")};
         if (!ids.vendor.empty() && !ids.device.empty()) {
             devices.push_back(std::move(ids));
         }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -65,6 +66,17 @@ PlainFile OpenPlainFile(const std::string& folder, const std::string& relative) 
     return Refused(errno);
 }
 
+std::optional<std::string> ReadBeginning(const std::string& path, std::size_t most) {
+    const FileHandle file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.IsOpen()) {
+        return std::nullopt;
+    }
+    std::string text(most, '\0');
+    const long got = ReadFully(file, text.data(), text.size());
+    text.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    return text;
+}
+
 long ReadFully(const FileHandle& file, char* buffer, std::size_t size) {
     std::size_t filled = 0;
     while (filled < size) {
@@ -120,6 +132,19 @@ std::string ReadWhole(PlainFile& file, std::size_t limit) {
         return {};
     }
     return content;
+}
+
+const char* OpenFolder::Next() const {
+    const dirent* entry = nullptr;
+    do {
+        entry = stream ? ::readdir(stream.get()) : nullptr;
+    } while (entry != nullptr &&
+             (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0));
+    return entry == nullptr ? nullptr : entry->d_name;
+}
+
+bool OpenFolder::StatusOf(const char* name, struct stat& status) const {
+    return ::fstatat(::dirfd(stream.get()), name, &status, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 std::string SystemText(int error) {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <dirent.h>
 #include <sys/stat.h>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -34,6 +36,11 @@ struct PlainFile {
 /// the folder; the folder itself may be reached through one. Waits for nothing (pipes, devices).
 [[nodiscard]] PlainFile OpenPlainFile(const std::string& folder, const std::string& relative);
 
+/// What a file begins with, up to `most` bytes; nothing where it cannot be opened. For notes of
+/// this program and of the kernel; it follows links.
+[[nodiscard]] std::optional<std::string> ReadBeginning(const std::string& path,
+                                                       std::size_t most = 4096);
+
 /// Reads up to `size` bytes, fewer only at the end of the file; -1 with errno on failure.
 [[nodiscard]] long ReadFully(const FileHandle& file, char* buffer, std::size_t size);
 
@@ -45,6 +52,25 @@ struct PlainFile {
 
 /// The whole content; `refusal` is set where it cannot be read or is longer than `limit`.
 [[nodiscard]] std::string ReadWhole(PlainFile& file, std::size_t limit);
+
+/// What lies in a folder, name by name; nothing where it cannot be opened.
+class OpenFolder {
+public:
+    explicit OpenFolder(const std::string& path) : stream(::opendir(path.c_str())) {}
+
+    /// The next name, without "." and ".."; null at the end. It lasts until the next call.
+    const char* Next() const;
+
+    /// Of an entry itself, not of what a link leads to. False when it has gone.
+    bool StatusOf(const char* name, struct stat& status) const;
+
+private:
+    struct Closer {
+        void operator()(DIR* open) const { ::closedir(open); }
+    };
+
+    std::unique_ptr<DIR, Closer> stream;
+};
 
 /// The system's text for an error number.
 [[nodiscard]] std::string SystemText(int error);

@@ -42,11 +42,6 @@ const char* NameOf(unsigned number) {
     return number == SIGINT ? "interrupt" : number == SIGHUP ? "hang-up" : "termination request";
 }
 
-void Reap(pid_t worker) {
-    while (::waitpid(worker, nullptr, 0) < 0 && errno == EINTR) {
-    }
-}
-
 }  // namespace
 
 void BlockEndingSignals() {
@@ -54,21 +49,28 @@ void BlockEndingSignals() {
     ::sigprocmask(SIG_BLOCK, &set, nullptr);
 }
 
-Front::Front(Channel& channel, pid_t worker)
+Front::Front(Channel& channel, StepBoard& board, pid_t worker)
     : channel(channel),
+      board(board),
       worker(worker),
       signals(OpenSignals()),
       toolOutput(worker, GetInstallRoot().path + "/tmp") {}
 
 std::optional<Output> Front::Run() {
-    while (Serve()) {
+    while (!output && Serve()) {
+        LookAtBoard();
         progress.Tick();
         CheckOutput();
         CheckDeadlines();
     }
     ::close(signals);
-    Reap(worker);
+    progress.Clear();
     return output;
+}
+
+void Front::AwaitEnd() const {
+    while (::waitpid(worker, nullptr, 0) < 0 && errno == EINTR) {
+    }
 }
 
 /// Waits a little for the worker or a signal; false when the worker has ended.
@@ -108,6 +110,7 @@ void Front::Interrupt(const char* why) {
     if (!interrupted) {
         interrupted = true;
         interruptedAt = Clock::now();
+        board.Call();
         channel.Send(FrameType::Stop);
     }
 }
@@ -123,6 +126,8 @@ void Front::OnFrame(const Frame& frame) {
             }
             running.reset();
             progress.End();
+            // News over the channel may be older than what was seen on the board.
+            board.LookAgain();
             break;
         case FrameType::Question:
             channel.Send(AskUser(frame.text) ? FrameType::Go
@@ -170,14 +175,34 @@ void Front::OnStep(const std::string& text) {
         channel.Send(FrameType::Stop);
         return;
     }
-    running = std::move(step);
-    stepBegun = Clock::now();
-    outputChecked = stepBegun;  // a short step is not worth a look at every process
-    progress.Begin(*running);
+    onBoard = false;
+    BeginStep(std::move(*step));
     // From here on nothing of the worker is ended until it says that the step is over.
     if (running->changing) {
         channel.Send(FrameType::Go);
     }
+}
+
+/// A changing step is ended by its own word alone.
+void Front::LookAtBoard() {
+    std::optional<Step> step;
+    if (ChangingStepRuns() || !board.Look(step)) {
+        return;
+    }
+    if (step) {
+        onBoard = true;
+        BeginStep(std::move(*step));
+    } else if (onBoard) {
+        running.reset();
+        progress.End();
+    }
+}
+
+void Front::BeginStep(Step step) {
+    running = std::move(step);
+    stepBegun = Clock::now();
+    outputChecked = stepBegun;  // a short step is not worth a look at every process
+    progress.Begin(*running);
 }
 
 /// Output without end must not fill the disk.

@@ -4,6 +4,7 @@
 #include "qdmctl/Channel.h"
 #include "qdmctl/Output.h"
 #include "qdmctl/ProgressDisplay.h"
+#include "qdmctl/StepBoard.h"
 #include "qdmctl/ToolOutput.h"
 
 #include <sys/types.h>
@@ -21,12 +22,16 @@ void BlockEndingSignals();
 /// what a changing step has started.
 class Front {
 public:
-    /// Takes the channel to the worker `worker`. The signals that end a run (see
+    /// Takes what leads to the worker `worker`. The signals that end a run (see
     /// BlockEndingSignals) are blocked.
-    Front(Channel& channel, pid_t worker);
+    Front(Channel& channel, StepBoard& board, pid_t worker);
 
-    /// Returns what the worker wants to be printed, once it has ended. Empty when it was lost.
+    /// Returns what the worker wants to be printed; it is about to end then. Empty when it was
+    /// lost.
     [[nodiscard]] std::optional<Output> Run();
+
+    /// After Run: waits for the end of the worker.
+    void AwaitEnd() const;
 
     bool Interrupted() const { return interrupted; }
 
@@ -43,17 +48,21 @@ private:
     void OnSignal();
     void OnFrame(const Frame& frame);
     void OnStep(const std::string& text);
+    void LookAtBoard();
+    void BeginStep(Step step);
     bool AskUser(const std::string& question);
     void Interrupt(const char* why);
     void CheckOutput();
     void CheckDeadlines();
 
     Channel& channel;
+    StepBoard& board;
     pid_t worker;
     int signals;
     ToolOutput toolOutput;
     ProgressDisplay progress;
     std::optional<Step> running;
+    bool onBoard = false;  ///< where the running step was seen
     Clock::time_point stepBegun;
     Clock::time_point outputChecked;
     Clock::time_point interruptedAt;

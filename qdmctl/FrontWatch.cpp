@@ -27,9 +27,13 @@ FrontWatch::FrontWatch(int channel) : channel(channel), end(::eventfd(0, EFD_CLO
 }
 
 FrontWatch::~FrontWatch() {
-    ::eventfd_write(end, 1);
+    Dismiss();
     thread.join();
     ::close(end);
+}
+
+void FrontWatch::Dismiss() const {
+    ::eventfd_write(end, 1);
 }
 
 void FrontWatch::SetChanging(bool value) {
@@ -45,6 +49,7 @@ bool FrontWatch::EndRequested(int timeoutMs) const {
 void FrontWatch::Watch() {
     pollfd entries[] = {{channel, POLLRDHUP, 0}, {end, POLLIN, 0}};
     ::poll(entries, 2, NoLimit);
+    gone = entries[0].revents != 0;
     for (int pause = GraceMs; !EndRequested(pause); pause = IntervalMs) {
         WindUp();
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <mutex>
 #include <thread>
 
@@ -20,6 +21,11 @@ public:
     /// changing step, nothing is ended any more.
     void SetChanging(bool value);
 
+    bool FrontIsGone() const { return gone; }
+
+    /// There is nothing more to be ended: the thread ends, and nobody waits for it.
+    void Dismiss() const;
+
 private:
     void Watch();
     bool EndRequested(int timeoutMs) const;
@@ -29,6 +35,7 @@ private:
     int end;
     std::mutex guard;
     bool changing = false;
+    std::atomic<bool> gone{false};
     std::thread thread;
 };
 

@@ -60,7 +60,7 @@ bool JsonFields::Has(const char* key) const {
 }
 
 const Json* JsonFields::Find(const char* key, bool required) {
-    asked.insert(key);
+    asked.push_back(key);
     const auto found = object.find(key);
     if (found != object.end()) {
         return &*found;
@@ -144,7 +144,7 @@ const Json& JsonFields::Object(const char* key) {
 
 void JsonFields::RefuseOtherKeys() {
     for (const auto& [key, value] : object.items()) {
-        if (asked.count(key) == 0) {
+        if (std::find(asked.begin(), asked.end(), key) == asked.end()) {
             faults.Add(Place(key), "is no known key");
         }
     }

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <limits>
 #include <nlohmann/json_fwd.hpp>
-#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qdmctl {
@@ -38,7 +38,7 @@ class JsonFields {
 public:
     static constexpr std::uint64_t noDefault = std::numeric_limits<std::uint64_t>::max();
 
-    /// The value and the faults must outlive the object.
+    /// The value, the faults and the keys that are asked for must outlive the object.
     JsonFields(const nlohmann::json& value, std::string where, Faults& faults);
 
     bool Has(const char* key) const;
@@ -63,7 +63,7 @@ private:
     const nlohmann::json& object;
     std::string where;
     Faults& faults;
-    std::set<std::string> asked;
+    std::vector<std::string_view> asked;
 };
 
 /// "packages[3]"

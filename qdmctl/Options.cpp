@@ -48,15 +48,17 @@ std::string RefuseOption(const std::string& value) {
     return StartsWith(value, "--") ? "a value is missing before " + value : std::string();
 }
 
+bool IsCommand(const std::string& word) {
+    const auto& commands = Commands();
+    return std::any_of(commands.begin(), commands.end(),
+                       [&](const Command& command) { return word == command.name; });
+}
+
 /// Empty unless the first word is no option and no command.
 std::string UnknownCommand(int argc, const char* const* argv) {
     const std::string word = argc > 1 ? argv[1] : "-";
-    for (const Command& command : Commands()) {
-        if (word == command.name) {
-            return {};
-        }
-    }
-    return StartsWith(word, "-") ? std::string() : "no command is called \"" + word + "\"";
+    return StartsWith(word, "-") || IsCommand(word) ? std::string()
+                                                    : "no command is called \"" + word + "\"";
 }
 
 /// In the words of this program where those of the library are its own.
@@ -162,7 +164,6 @@ void AddJobs(CLI::App& sub, Options& options) {
         ->capture_default_str();
 }
 
-/// Options of a command that the line does not name are nobody's, and cost a start their time.
 bool Names(int argc, const char* const* argv, const Command& command) {
     return std::any_of(argv, argv + argc,
                        [&](const char* word) { return std::strcmp(word, command.name) == 0; });
@@ -191,6 +192,27 @@ void AddOptions(CLI::App& sub, const Command& command, Options& options) {
         ->capture_default_str();
 }
 
+void AddCommand(CLI::App& app, const Command& command, bool named, Options& options) {
+    CLI::App* sub = app.add_subcommand(command.name, command.summary);
+    sub->group("Commands");
+    if (named) {
+        sub->set_version_flag("--version", std::string("qdmctl ") + QDMCTL_VERSION);
+        AddOptions(*sub, command, options);
+    }
+}
+
+/// Commands that the line does not name are nobody's once it begins with one, and their options
+/// always; to make them would cost each start its time.
+void AddCommands(CLI::App& app, int argc, const char* const* argv, Options& options) {
+    const bool beginsWithOne = IsCommand(argc > 1 ? argv[1] : "");
+    for (const Command& command : Commands()) {
+        const bool named = Names(argc, argv, command);
+        if (named || !beginsWithOne) {
+            AddCommand(app, command, named, options);
+        }
+    }
+}
+
 /// Mistakes that the table of options cannot tell.
 std::string Contradiction(const Options& options) {
     if (options.force && options.devices.empty()) {
@@ -200,8 +222,9 @@ std::string Contradiction(const Options& options) {
 }
 
 CommandLine Finish(CLI::App& app, CommandLine line) {
+    const std::string chosen = app.get_subcommands().front()->get_name();
     for (const Command& command : Commands()) {
-        if (app.get_subcommand(command.name)->parsed()) {
+        if (command.name == chosen) {
             line.options.command = &command;
         }
     }
@@ -221,14 +244,7 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
     app.require_subcommand(1);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.footer(ExitCodes);
-    for (const Command& command : Commands()) {
-        CLI::App* sub = app.add_subcommand(command.name, command.summary);
-        sub->group("Commands");
-        sub->set_version_flag("--version", std::string("qdmctl ") + QDMCTL_VERSION);
-        if (Names(argc, argv, command)) {
-            AddOptions(*sub, command, line.options);
-        }
-    }
+    AddCommands(app, argc, argv, line.options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {

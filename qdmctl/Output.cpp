@@ -5,9 +5,10 @@
 
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
-#include <sstream>
+#include <string_view>
 
 namespace qdmctl {
 namespace {
@@ -45,13 +46,16 @@ std::string ToText(const Output& output) {
 }
 
 std::optional<Output> OutputFromText(const std::string& text) {
-    const std::size_t end = text.find('\n');
-    std::istringstream line(text.substr(0, end));
     Output output;
-    if (end == std::string::npos || !(line >> output.exitCode >> output.toErrors)) {
+    const char* const end = text.data() + text.size();
+    const auto [code, failed] = std::from_chars(text.data(), end, output.exitCode);
+    const std::string_view rest(code, static_cast<std::size_t>(end - code));
+    const std::string_view mark = rest.substr(0, 3);
+    if (failed != std::errc() || (mark != " 0\n" && mark != " 1\n")) {
         return std::nullopt;
     }
-    output.text = text.substr(end + 1);
+    output.toErrors = mark[1] == '1';
+    output.text = rest.substr(mark.size());
     return output;
 }
 

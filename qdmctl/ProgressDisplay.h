@@ -24,6 +24,9 @@ public:
     /// To be called often; draws when it is time to.
     void Tick();
 
+    /// Takes the line away, before something else is written.
+    void Clear();
+
     /// A line that stays.
     void Note(const std::string& text);
 
@@ -32,7 +35,6 @@ public:
 
 private:
     void Draw();
-    void Clear();
     Clock::duration Interval() const;
     std::string Line() const;
 

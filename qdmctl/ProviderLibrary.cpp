@@ -1,11 +1,16 @@
 #include "qdmctl/ProviderLibrary.h"
 
+#include "qdmctl/FileAccess.h"
+
 #include <dlfcn.h>
 #include <elf.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
+#include <vector>
 
 namespace qdmctl {
 namespace {
@@ -13,42 +18,37 @@ namespace {
 constexpr char FactorySymbol[] = "GetVendorFactory";
 constexpr char ReleaseSymbol[] = "_Z13ReleaseVendorPv";
 
+bool ReadAt(const FileHandle& file, std::uint64_t offset, void* to, std::size_t size) {
+    return ::pread(file.Get(), to, size, static_cast<off_t>(offset)) == static_cast<ssize_t>(size);
+}
+
 /// Whether parts that are to be loaded lie behind the file's end: the loader does not look, and to
 /// reach for them would end the process. What is no such library at all the loader tells itself.
 bool IsCutShort(const std::string& path) {
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    const auto size = static_cast<std::uint64_t>(std::max<std::streamoff>(file.tellg(), 0));
+    const FileHandle file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status {};
     Elf64_Ehdr header{};
-    file.seekg(0).read(reinterpret_cast<char*>(&header), sizeof header);
-    if (!file || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
+    if (::fstat(file.Get(), &status) != 0 || !ReadAt(file, 0, &header, sizeof header) ||
+        std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
         header.e_ident[EI_CLASS] != ELFCLASS64 || header.e_phentsize != sizeof(Elf64_Phdr)) {
         return false;
     }
-    file.seekg(static_cast<std::streamoff>(header.e_phoff));
-    for (unsigned i = 0; i < header.e_phnum; ++i) {
-        Elf64_Phdr part{};
-        file.read(reinterpret_cast<char*>(&part), sizeof part);
-        if (!file || part.p_offset > size || part.p_filesz > size - part.p_offset) {
-            return true;
-        }
-    }
-    return false;
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    std::vector<Elf64_Phdr> parts(header.e_phnum);
+    return !ReadAt(file, header.e_phoff, parts.data(), parts.size() * sizeof(Elf64_Phdr)) ||
+           std::any_of(parts.begin(), parts.end(), [size](const Elf64_Phdr& part) {
+               return part.p_offset > size || part.p_filesz > size - part.p_offset;
+           });
 }
 
 }  // namespace
-
-ProviderLibrary::~ProviderLibrary() {
-    if (handle != nullptr) {
-        ::dlclose(handle);
-    }
-}
 
 std::string ProviderLibrary::Open(const std::string& file) {
     path = file;
     if (IsCutShort(file)) {
         return file + " is cut short";
     }
-    handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* const handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
         return ::dlerror();
     }

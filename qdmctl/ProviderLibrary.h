@@ -7,8 +7,8 @@
 
 namespace qdmctl {
 
-/// A provider library, loaded from the moment it is opened until the object ends. Vendor objects
-/// must be given back before that.
+/// A provider library. Once opened it stays loaded: whoever uses one is about to end with it, and
+/// to take it out of the process would only make the user wait.
 class ProviderLibrary {
 public:
     struct Release {
@@ -16,11 +16,6 @@ public:
         void operator()(CVendor* vendor) const { release(vendor); }
     };
     using Vendor = std::unique_ptr<CVendor, Release>;
-
-    ProviderLibrary() = default;
-    ~ProviderLibrary();
-    ProviderLibrary(const ProviderLibrary&) = delete;
-    ProviderLibrary& operator=(const ProviderLibrary&) = delete;
 
     /// Empty on success, else why the library cannot be used.
     [[nodiscard]] std::string Open(const std::string& file);
@@ -32,7 +27,6 @@ public:
 
 private:
     std::string path;
-    void* handle = nullptr;
     void* (*factory)(const char*, const char*) = nullptr;
     void (*release)(void*) = nullptr;
 };

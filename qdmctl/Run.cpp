@@ -14,6 +14,7 @@
 #include <climits>
 
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -85,17 +86,18 @@ bool NobodyToAsk(const Options& options) {
            ::isatty(STDIN_FILENO) == 0;
 }
 
-Output Execute(const Options& options) {
+int Execute(const Options& options) {
     if (NobodyToAsk(options)) {
-        return Refusal(
+        return Tell(Refusal(
             options.command->schema, options.json,
             MakeError(ErrorId::Usage, "nobody can be asked here whether the server may be changed",
-                      "add --yes to go ahead without a question, or --dry-run to look only"));
+                      "add --yes to go ahead without a question, or --dry-run to look only")));
     }
     if (auto error = LiftLimits()) {
-        return Refusal(options.command->schema, options.json, std::move(*error));
+        return Tell(Refusal(options.command->schema, options.json, std::move(*error)));
     }
-    return RunInWorker(options);
+    // Nothing is left to be put away, and the user waits.
+    std::_Exit(RunInWorker(options, Tell));
 }
 
 /// The usual end of an exception that cannot even be made. The end by a signal tells nobody
@@ -113,7 +115,7 @@ int Run(int argc, const char* const* argv) {
     std::set_terminate(EndForLackOfMemory);
     const CommandLine line = ParseCommandLine(argc, argv);
     if (line.proceed) {
-        return Tell(Execute(line.options));
+        return Execute(line.options);
     }
     if (!line.wrong) {
         Print(STDOUT_FILENO, line.text);

@@ -6,9 +6,9 @@
 
 #include <unistd.h>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <ctime>
-#include <fstream>
 #include <vector>
 
 namespace qdmctl {
@@ -36,21 +36,23 @@ void WriteNote(int descriptor, const std::string& note) {
 }
 
 std::string ReadNote(const std::string& file) {
-    std::ifstream stream(file);
-    std::string note;
-    std::getline(stream, note);
+    const std::string text = ReadBeginning(file).value_or("");
+    const std::string note = text.substr(0, text.find('\n'));
     return note.empty() ? "another changing run" : note;
 }
 
 /// Who has left a note without taking it back, if that was in this boot.
 pid_t LostHolder(const std::string& file) {
-    std::ifstream stream(file);
-    std::string note;
-    std::string boot;
+    const std::string text = ReadBeginning(file).value_or("");
+    const std::size_t line = text.find('\n') + 1;
+    const std::size_t blank = text.find(' ', line);
+    if (line == 0 || blank == std::string::npos) {
+        return 0;
+    }
     pid_t holder = 0;
-    std::getline(stream, note);
-    stream >> holder >> boot;
-    return boot == BootIdentifier() ? holder : 0;
+    std::from_chars(text.data() + line, text.data() + blank, holder);
+    const std::string boot = text.substr(blank + 1, text.find('\n', line) - blank - 1);
+    return holder > 0 && boot == BootIdentifier() ? holder : 0;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "qdmctl/SafeText.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <sstream>
 
@@ -62,8 +63,10 @@ bool IsHarmless(std::uint32_t code) {
 }  // namespace
 
 std::string Printable(const std::string& text) {
-    std::string printable;
-    for (std::size_t at = 0; at < text.size();) {
+    const auto plain = [](char byte) { return byte >= ' ' && byte <= '~'; };
+    const auto end = std::find_if_not(text.begin(), text.end(), plain);
+    std::string printable(text.begin(), end);
+    for (auto at = static_cast<std::size_t>(end - text.begin()); at < text.size();) {
         const Character character = CharacterAt(text, at);
         if (text[at] == '\n' || text[at] == '\t') {
             printable += ' ';

@@ -6,13 +6,30 @@
 #include "host/DllCommon/InstallRoot.h"
 #include "qdmctl/Command.h"
 #include "qdmctl/DeviceChoice.h"
+#include "qdmctl/FileAccess.h"
 #include "qdmctl/WorkAreaCheck.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 #include <algorithm>
 #include <chrono>
 
 namespace qdmctl {
+namespace {
+
+constexpr char PrivateFolder[] = "/tmp/qdmctl/";
+
+bool IsOwnEmptyFolder(const std::string& folder) {
+    struct stat status {};
+    return ::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           OtherHands(status, ::geteuid()).empty() && OpenFolder(folder).Next() == nullptr;
+}
+
+bool MakeAnew(const std::string& folder) {
+    return CUnzip_Utility::DeleteFolder(folder, "qdmctl") && CFileUtility::CreateFolder(folder);
+}
+
+}  // namespace
 
 Session::Session(const Options& options, Console& console, Answer& answer)
     : options(options), console(console), answer(answer), root(GetInstallRoot().path) {}
@@ -176,6 +193,9 @@ bool Session::FindPorts() {
 }
 
 bool Session::KeepChosen(const std::vector<std::string>& wanted, bool byWwpn) {
+    if (wanted.empty()) {
+        return true;
+    }
     std::vector<Port> views;
     for (const PortSession& port : ports) {
         views.push_back(port.view);
@@ -202,11 +222,14 @@ void Session::Publish() {
 }
 
 std::string Session::ScratchFolder(const std::string& name) {
-    const std::string folder = root + "/tmp/qdmctl/" + name;
+    const std::string folder = root + PrivateFolder + name;
     scratchFolders.push_back(folder);
-    const bool made =
-        CUnzip_Utility::DeleteFolder(folder, "qdmctl") && CFileUtility::CreateFolder(folder);
-    return made ? folder : std::string();
+    return MakeAnew(folder) ? folder : std::string();
+}
+
+std::string Session::ReportFolder() const {
+    const std::string folder = root + PrivateFolder + "report";
+    return IsOwnEmptyFolder(folder) || MakeAnew(folder) ? folder : std::string();
 }
 
 Step Session::ReadingStep(const std::string& phase, const PortSession* port) const {

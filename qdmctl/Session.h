@@ -78,6 +78,9 @@ public:
     /// A private folder of this run below the work area, made anew and removed with the session;
     /// empty when that failed.
     [[nodiscard]] std::string ScratchFolder(const std::string& name);
+    /// An empty one for the provider's report. It stays from run to run: to make and remove it
+    /// would take longer than the report.
+    [[nodiscard]] std::string ReportFolder() const;
 
     /// A step that only reads, with its deadline.
     Step ReadingStep(const std::string& phase, const PortSession* port) const;
@@ -108,7 +111,7 @@ private:
     bool MakeVendor(PortSession& port);
     bool LinkPort(PortSession& port);
     bool ListAdapters(PortSession& port);
-    void Identify(PortSession& port, const CallRecord& record);
+    void Identify(PortSession& port, const std::string& wwpn, const CallRecord& record);
     bool ToolPresent();
     void FillCaches(const std::vector<PortSession*>& wanted);
     bool MayRead(PortSession& port);
@@ -125,7 +128,7 @@ private:
     RunLock lock;
     CacheGuard caches;
     Descriptor descriptor;
-    ProviderLibrary library;  // outlives the vendor objects of `ports`
+    ProviderLibrary library;
     std::vector<PortSession> ports;
     std::vector<std::string> scratchFolders;
     std::vector<std::string> serverDeviceIds;

@@ -22,11 +22,11 @@ bool IsWwpn(const std::string& text) {
            text.find_first_not_of("0123456789ABCDEF") == std::string::npos;
 }
 
-std::string ExtendedInfo(CVendor& vendor, const std::string& key) {
+std::string Wwpn(CVendor& vendor) {
     std::list<std::pair<std::string, std::string>> info;
     vendor.GetExtendedInfo(&info);
-    const auto found =
-        std::find_if(info.begin(), info.end(), [&](const auto& pair) { return pair.first == key; });
+    const auto found = std::find_if(info.begin(), info.end(),
+                                    [&](const auto& pair) { return pair.first == "WWPN"; });
     return found == info.end() ? std::string() : found->second;
 }
 
@@ -39,7 +39,6 @@ std::list<CNecessaryComponentInfo> MissingComponents(CVendor& vendor) {
 }  // namespace
 
 bool Session::Link() {
-    const StepRow row(console);
     for (PortSession& port : ports) {
         if (!MakeVendor(port)) {
             return false;
@@ -96,13 +95,15 @@ bool Session::LinkPort(PortSession& port) {
     const CallRecord record(&port == &ports.front() ? ListingLevels : FailureLevels);
     bool inTime = ListAdapters(port);
     bool failed = record.Has(ListingFailedMessage);
-    if (!failed && !listedAgain && ExtendedInfo(*port.vendor, "WWPN").empty()) {
+    std::string wwpn = Wwpn(*port.vendor);
+    if (!failed && !listedAgain && wwpn.empty()) {
         // The listing may be one of before, or cut short; the provider has dropped it.
         listedAgain = true;
         inTime = MakeVendor(port) && ListAdapters(port);
         failed = record.Has(ListingFailedMessage);
+        wwpn = Wwpn(*port.vendor);
     }
-    if (failed && ExtendedInfo(*port.vendor, "WWPN").empty()) {
+    if (failed && wwpn.empty()) {
         const std::string advice = RepairAdvice(root);
         AddError(ErrorId::ListingFailed,
                  "the adapter tool could not list the adapters: " +
@@ -114,7 +115,7 @@ bool Session::LinkPort(PortSession& port) {
         answer.errors.back().messageId = ListingFailedMessage;
         return false;
     }
-    Identify(port, record);
+    Identify(port, wwpn, record);
     return true;
 }
 
@@ -126,8 +127,7 @@ bool Session::ListAdapters(PortSession& port) {
 
 /// The WWPN reaches shell lines that run as root: nothing of a port is used before it has the one
 /// form it may have.
-void Session::Identify(PortSession& port, const CallRecord& record) {
-    const std::string wwpn = ExtendedInfo(*port.vendor, "WWPN");
+void Session::Identify(PortSession& port, const std::string& wwpn, const CallRecord& record) {
     if (IsWwpn(wwpn)) {
         port.view.wwpn = wwpn;
         port.usable = true;

@@ -67,7 +67,6 @@ void PutPortsFirst(std::vector<Error>& errors, std::size_t from) {
 }  // namespace
 
 void Session::ReadVersions(const std::vector<PortSession*>& wanted) {
-    const StepRow row(console);
     const std::size_t toldBefore = answer.errors.size();
     if (options.jobs > 1) {
         // What every port needs is there before they are asked beside each other.
@@ -222,7 +221,7 @@ void Session::ForgetAttributes(PortSession& port) {
 
 /// The boot BIOS version shows in the configuration report alone.
 void Session::ReadBootBios(const std::vector<PortSession*>& read) {
-    const std::string folder = read.empty() ? std::string() : ScratchFolder("report");
+    const std::string folder = read.empty() ? std::string() : ReportFolder();
     if (folder.empty()) {
         return;
     }
@@ -233,7 +232,7 @@ void Session::ReadBootBios(const std::vector<PortSession*>& read) {
     }
     std::vector<ReportedPort> reported;
     Reading(ReadingStep("reading versions", nullptr),
-            [&] { reported = CollectReport(vendors, folder + "/"); });
+            [&] { reported = CollectReport(vendors, folder).ports; });
     for (std::size_t i = 0; i < read.size() && i < reported.size(); ++i) {
         read[i]->view.versions.bootBios = reported[i].bootBios;
     }

@@ -5,21 +5,21 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
+#include <array>
 #include <cerrno>
-#include <filesystem>
 #include <string>
-#include <system_error>
-#include <vector>
 
 namespace qdmctl {
 namespace {
 
 constexpr char ProbeFile[] = "/probe";
 constexpr char ScratchFolder[] = "/tmp/qdmctl";
-/// An adapter list and a few attribute files; what an update needs beyond that is checked with its
-/// package.
-constexpr std::size_t ProbeBytes = 65536;
+/// Times a block, 64 KiB: an adapter list and a few attribute files; what an update needs beyond
+/// that is checked with its package.
+constexpr std::size_t ProbeBlocks = 16;
+constexpr std::size_t BlockBytes = 4096;
 
 Error FolderError(const std::string& folder, const std::string& what) {
     return MakeError(ErrorId::WorkArea, folder + " " + what,
@@ -53,11 +53,8 @@ std::optional<Error> CheckFolder(const std::string& folder, uid_t owner) {
 
 /// What a program writes to must be its own: not reached through a link, and nothing that makes
 /// it wait. Files of these folders are opened by tools, too, which look at nothing.
-std::optional<Error> CheckEntry(const std::string& path, bool folderAllowed, uid_t owner) {
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0) {
-        return std::nullopt;  // gone meanwhile
-    }
+std::optional<Error> JudgeEntry(const std::string& path, const struct stat& status,
+                                bool folderAllowed, uid_t owner) {
     const bool sound = S_ISREG(status.st_mode) || (folderAllowed && S_ISDIR(status.st_mode));
     if (sound && status.st_uid == owner) {
         return std::nullopt;
@@ -68,9 +65,14 @@ std::optional<Error> CheckEntry(const std::string& path, bool folderAllowed, uid
 }
 
 std::optional<Error> CheckEntries(const std::string& root, const WorkFolder& folder, uid_t owner) {
-    std::error_code failed;
-    for (const auto& entry : std::filesystem::directory_iterator(root + folder.path, failed)) {
-        if (auto error = CheckEntry(entry.path(), folder.holdsFolders, owner)) {
+    const std::string path = root + folder.path;
+    const OpenFolder entries(path);
+    while (const char* name = entries.Next()) {
+        struct stat status {};
+        if (!entries.StatusOf(name, status)) {
+            continue;  // gone meanwhile
+        }
+        if (auto error = JudgeEntry(path + "/" + name, status, folder.holdsFolders, owner)) {
             return error;
         }
     }
@@ -79,7 +81,11 @@ std::optional<Error> CheckEntries(const std::string& root, const WorkFolder& fol
 
 std::optional<Error> CheckFiles(const std::string& root, uid_t owner) {
     for (const char* const file : {"/qdmctl.lock", "/qdmctl-read.lock"}) {
-        if (auto error = CheckEntry(root + file, false, owner)) {
+        struct stat status {};
+        const std::string path = root + file;
+        const bool there = ::lstat(path.c_str(), &status) == 0;
+        auto error = there ? JudgeEntry(path, status, false, owner) : std::nullopt;
+        if (error) {
             return error;
         }
     }
@@ -92,7 +98,9 @@ std::optional<Error> CheckFiles(const std::string& root, uid_t owner) {
 }
 
 std::optional<Error> MakeFolder(const std::string& folder) {
-    if (::mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+    struct stat status {};
+    const bool there = ::lstat(folder.c_str(), &status) == 0;
+    if (!there && ::mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
         return IsDiskFull(errno) ? MakeError(ErrorId::DiskFull, "no space left to create " + folder,
                                              "free some space on that disk")
                                  : FolderError(folder, "cannot be created: " + SystemText(errno));
@@ -107,12 +115,15 @@ int WriteProbe(const std::string& file) {
     if (descriptor < 0) {
         return errno;
     }
-    const std::vector<char> bytes(ProbeBytes, 'x');
-    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    std::array<char, BlockBytes> block;
+    block.fill('x');  // some disks keep zeros for nothing
+    std::array<iovec, ProbeBlocks> blocks{};
+    blocks.fill({block.data(), block.size()});
+    const ssize_t written = ::writev(descriptor, blocks.data(), ProbeBlocks);
     const int reason = written < 0 ? errno : ENOSPC;
     ::close(descriptor);
     ::unlink(file.c_str());
-    return written == static_cast<ssize_t>(bytes.size()) ? 0 : reason;
+    return written == static_cast<ssize_t>(ProbeBlocks * BlockBytes) ? 0 : reason;
 }
 
 std::optional<Error> CheckWritable(const std::string& folder) {

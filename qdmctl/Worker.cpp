@@ -109,44 +109,48 @@ Output OutputOfFront(Front& front, const Options& options, const StreamStyles& s
 
 }  // namespace
 
-void RunWorker(const Options& options, const StreamStyles& styles, Channel& channel) {
+void RunWorker(const Options& options, const StreamStyles& styles, Channel& channel,
+               StepBoard& board) {
     ::setsid();
     SetSignals();
     const std::string refusal = OpenTrace(options);
     if (refusal.empty()) {
         Redirect(options.traceFile);
     }
-    Console console(channel);
+    Console console(channel, board);
     Answer answer = refusal.empty() ? RunCommand(options, console) : TraceRefused(options, refusal);
+    console.Dismiss();  // its thread ends beside the rest, else the process would end with it later
     channel.Send(FrameType::Output, ToText(Concluded(std::move(answer), options, styles)));
-    // The user waits for the end of this process; it need not wait for the console's thread.
-    std::_Exit(0);
+    std::_Exit(0);  // the user waits for it
 }
 
-Output RunInWorker(const Options& options) {
+int RunInWorker(const Options& options, int (*tell)(const Output& output)) {
     BlockEndingSignals();
     const StreamStyles styles = StylesOfStreams();
+    StepBoard board;
     int ends[2] = {-1, -1};
     pid_t worker = -1;
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0) {
+    if (board && ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0) {
         worker = ::fork();
     }
     Channel front(ends[0]);
     if (worker == 0) {
         ::close(ends[0]);
         Channel channel(ends[1]);
-        RunWorker(options, styles, channel);
+        RunWorker(options, styles, channel, board);
     }
     ::close(ends[1]);
     if (worker > 0) {
-        Front watch(front, worker);
-        return OutputOfFront(watch, options, styles);
+        Front watch(front, board, worker);
+        const int exitCode = tell(OutputOfFront(watch, options, styles));
+        watch.AwaitEnd();
+        return exitCode;
     }
-    return Concluded(
+    return tell(Concluded(
         Failure(options, MakeError(ErrorId::Internal,
                                    std::string("no worker process: ") + std::strerror(errno),
                                    "free some memory or processes and try again")),
-        options, styles);
+        options, styles));
 }
 
 }  // namespace qdmctl

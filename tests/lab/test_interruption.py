@@ -258,6 +258,7 @@ def test_hanging_flash_is_told_and_never_ended(make_lab):
     shown = [line for line in said.splitlines() if "do not power off" in line]
     assert len({line[:79] for line in shown}) >= 4 and "never ended" in said
     assert "0000:03:00.0-10df-e200 00:04 - do not power off" in said
+    assert "\n\x1b[K{" in said, "the answer stands in a line of its own"
 
 
 @pytest.mark.parametrize("front_dies", [False, True])

@@ -25,6 +25,14 @@ def test_list_tells_what_the_adapters_hold(lab):
         assert None not in told["versions"].values()
 
 
+def test_a_device_whose_modalias_tells_nothing_is_read_file_by_file(lab):
+    expected = lab.qdmctl("list").json["ports"]
+    first, second = sorted((lab.folder / "sys/pci/devices").iterdir())[:2]
+    (first / "modalias").unlink()
+    (second / "modalias").write_text("pci:v000010DF\n", encoding="ascii")
+    assert lab.qdmctl("list").json["ports"] == expected
+
+
 @pytest.mark.parametrize("ports", [1, 3])
 def test_calls_of_the_tool_cold_and_warm(make_lab, ports):
     lab = make_lab(ports=ports)
