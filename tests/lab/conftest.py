@@ -15,6 +15,7 @@ QDMLAB = REPOSITORY / "lab" / "qdmlab"
 SERVERS = REPOSITORY / "lab" / "servers"
 HBACMD = "/usr/sbin/ocmanager/hbacmd"
 TIME_LIMIT = 120  # seconds for one command; reached only by a fault
+PATIENCE = int(os.environ.get("QDMLAB_PATIENCE", "1"))  # factor of limits that a slow machine reaches
 
 # A script that runs the tests beside itself has them ignore interrupts, and with them all they start.
 signal.signal(signal.SIGINT, signal.default_int_handler)
@@ -22,6 +23,7 @@ signal.signal(signal.SIGINT, signal.default_int_handler)
 
 def pytest_configure(config):
     config.addinivalue_line("markers", "slow: takes minutes")
+    config.addinivalue_line("markers", "timed: measures how soon a run ends, alone on the machine")
     config.addinivalue_line("markers", "memory: valgrind takes a minute, without sanitizers")
     config.addinivalue_line("markers", "cost: counts what the product costs, without sanitizers")
 

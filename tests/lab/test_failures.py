@@ -5,7 +5,7 @@ import re
 import time
 
 import pytest
-from conftest import REPOSITORY, SERVERS, Lab, components
+from conftest import PATIENCE, REPOSITORY, SERVERS, Lab, components
 
 ROOT = "/opt/velmora/qdm/provider"
 ASKING = (["-q"], ["-qa"])
@@ -55,7 +55,7 @@ class Server:
         """Output without end is to be ended for its length, however slow the machine is."""
         update = ["update", "--repo", "/repo", "--yes"]
         return [*(["list"] if words == "list" else update),
-                "--read-timeout", "20" if fault == "endless" else "1"]
+                "--read-timeout", str(20 if fault == "endless" else PATIENCE)]
 
     def begun(self, verb):
         """Calls of a verb so far, of rpm those that change the server."""
@@ -146,7 +146,9 @@ def test_run_ends_as_documented(server, tried, row):
         server.offer(kind)
     if command == "update after list":
         lab.qdmctl("list")
-    lab.fault(verb, *re.sub("delay$", "delay 100", fault).split())
+    words = re.sub("delay$", "delay 100", fault)
+    words = re.sub("[0-9]+00$", lambda delay: str(int(delay[0]) * PATIENCE), words)
+    lab.fault(verb, *words.split())
     answer = lab.qdmctl(*server.command(command, fault))
     lab.fault("--clear")
     state = lab.show()
