@@ -10,10 +10,18 @@ namespace {
 
 constexpr long lifetimeSeconds = 3600;
 
+// time() is up to a tick late, and what is written when a second begins would lie in the future.
+time_t Now() {
+    const time_t now = ::time(nullptr);
+    timespec exact = {};
+    const bool begun = ::clock_gettime(CLOCK_REALTIME, &exact) == 0 && exact.tv_sec == now + 1;
+    return begun ? exact.tv_sec : now;
+}
+
 }  // namespace
 
 std::optional<long> FileAge(const std::string& path) {
-    const time_t now = ::time(nullptr);
+    const time_t now = Now();
     struct stat status = {};
     if (::stat(path.c_str(), &status) != 0) {
         return std::nullopt;

@@ -54,6 +54,19 @@ TEST_F(VendorTest, AdapterListIsRefreshedByItsAge) {
     }
 }
 
+TEST_F(VendorTest, AdapterListWrittenWhenASecondBeginsIsNew) {
+    timespec now{};
+    do {
+        clock_gettime(CLOCK_REALTIME, &now);
+    } while (now.tv_nsec > 900'000'000);
+    host.clock = now.tv_sec - 1;  // still, for up to a tick
+    const std::string file = host.Cache("Listhbas.txt");
+    host.Write(file, list);
+    host.SetAge(file, -1);
+    EXPECT_EQ(vendor.GetWWPNOriginal(), wwpn);
+    EXPECT_EQ(host.CommandLines(), Lines{});
+}
+
 TEST_F(VendorTest, KnownWwpnAndLocationAreLookedUpNoMore) {
     const auto location = host.pci;
     Info info = {{"old", "x"}, {"older", "y"}};
