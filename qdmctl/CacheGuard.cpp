@@ -2,33 +2,37 @@
 
 #include "host/CUnzip_Utility.h"
 #include "qdmctl/BootIdentifier.h"
-#include "qdmctl/FileAccess.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <array>
 #include <ctime>
-#include <fstream>
 
 namespace qdmctl {
 namespace {
 
-constexpr char MarkFile[] = "/tmp/qdmctl/unfinished";
+constexpr char NoteFile[] = "/tmp/qdmctl/caches";
 constexpr char CacheFolder[] = "/tmp/EMULEX/cache";
-constexpr char BootFile[] = "/tmp/qdmctl/boot";
+// Of one length, so that one can be written over the other.
+constexpr char AtRest[] = " at rest\n";
+constexpr char AtWork[] = " at work\n";
+static_assert(sizeof AtRest == sizeof AtWork);
 
-std::string FirstLineOf(const std::string& path) {
-    const std::string text = ReadBeginning(path).value_or("");
-    return text.substr(0, text.find('\n'));
+std::string ReadNote(const FileHandle& file) {
+    std::array<char, 128> text;
+    const long size = ReadFully(file, text.data(), text.size());
+    return std::string(text.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
 }
 
 /// The provider takes these for new, for as long as the clock has been set back.
 bool IsOfFuture(const std::string& root) {
-    const std::time_t now = std::time(nullptr);
-    const OpenFolder folder(root + CacheFolder);
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);  // time() is up to a tick late
+    OpenFolder folder((root + CacheFolder).c_str());
     while (const char* name = folder.Next()) {
         struct stat status {};
-        if (folder.StatusOf(name, status) && status.st_mtime > now) {
+        if (folder.StatusOf(name, status) && status.st_mtime > now.tv_sec) {
             return true;
         }
     }
@@ -38,18 +42,22 @@ bool IsOfFuture(const std::string& root) {
 }  // namespace
 
 void CacheGuard::Begin(const std::string& root) {
-    mark = root + MarkFile;
-    struct stat status {};
-    const std::string boot = BootIdentifier();
-    const bool sameBoot = FirstLineOf(root + BootFile) == boot;
-    if (::lstat(mark.c_str(), &status) == 0 || !sameBoot || IsOfFuture(root)) {
+    boot = BootIdentifier();
+    note = FileHandle(::open((root + NoteFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW,
+                             S_IRUSR | S_IWUSR));
+    const std::string found = ReadNote(note);
+    if (found != boot + AtRest || IsOfFuture(root)) {
         Drop(root);
     }
-    const FileHandle made(
-        ::open(mark.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
-    if (!sameBoot) {
-        std::ofstream(root + BootFile) << boot << "\n";  // the mark stands until this is done
+    const bool longer = found.size() > boot.size() + sizeof AtRest - 1;
+    if ((longer && ::ftruncate(note.Get(), 0) != 0) || !Write(AtWork)) {
+        note = FileHandle();
     }
+}
+
+bool CacheGuard::Write(const char* state) const {
+    const std::string text = boot + state;
+    return ::pwrite(note.Get(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size());
 }
 
 void CacheGuard::Drop(const std::string& root) {
@@ -58,9 +66,10 @@ void CacheGuard::Drop(const std::string& root) {
     ::mkdir(caches.c_str(), S_IRWXU);
 }
 
+/// A note that cannot be written says that the caches are not at rest.
 void CacheGuard::Trust() const {
-    if (!mark.empty()) {
-        ::unlink(mark.c_str());
+    if (note.IsOpen()) {
+        static_cast<void>(Write(AtRest));
     }
 }
 

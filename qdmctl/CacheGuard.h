@@ -1,13 +1,15 @@
 #pragma once
 
+#include "qdmctl/FileAccess.h"
+
 #include <string>
 
 namespace qdmctl {
 
 /// Keeps the provider's caches honest. A tool that is ended leaves half a file and a run that is
-/// killed leaves what it has not dropped yet, and both would be believed for an hour. So a mark
-/// lies in the work area while a run is under way, and one that is found empties the caches. So
-/// does a reboot, which may have changed what operates.
+/// killed leaves what it has not dropped yet, and both would be believed for an hour. So a note in
+/// the work area tells whether a run is under way, and caches that were not left at rest are
+/// emptied. So does a reboot, which may have changed what operates.
 class CacheGuard {
 public:
     /// To be called with the lock held.
@@ -20,7 +22,10 @@ public:
     void Trust() const;
 
 private:
-    std::string mark;
+    [[nodiscard]] bool Write(const char* state) const;
+
+    FileHandle note;
+    std::string boot;
 };
 
 }  // namespace qdmctl

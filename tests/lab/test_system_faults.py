@@ -143,8 +143,8 @@ ODD = {"link": lambda place, _: place.symlink_to(VICTIM), "pipe": lambda place, 
        "folder": lambda place, _: place.mkdir(), "socket": bind_socket, "foreign": foreign_file}
 PLACES = ("qdmctl.lock", "qdmctl-read.lock", "log/events.log", "state/pending.json",
           "state/pending.json.new", "state/repair.json", "tmp/EMULEX/cache/Listhbas.txt",
-          "tmp/EMULEX/cache/HbaAttrib10-00-00-90-fa-16-03-00.txt", "tmp/qdmctl/boot",
-          "tmp/EMULEX/temp/temp_hbacmd_Download.txt", "tmp/qdmctl/unfinished", "tmp/qdmctl/probe")
+          "tmp/EMULEX/cache/HbaAttrib10-00-00-90-fa-16-03-00.txt", "tmp/qdmctl/caches",
+          "tmp/EMULEX/temp/temp_hbacmd_Download.txt", "tmp/qdmctl/probe")
 
 
 @pytest.mark.parametrize("odd", ODD)
