@@ -34,9 +34,6 @@ public:
     /// begun.
     bool StopRequested();
 
-    /// The command is done: no step will follow.
-    void Dismiss() const { watch.Dismiss(); }
-
 private:
     bool AwaitConsent();
 

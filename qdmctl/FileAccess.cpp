@@ -134,17 +134,34 @@ std::string ReadWhole(PlainFile& file, std::size_t limit) {
     return content;
 }
 
-const char* OpenFolder::Next() const {
-    const dirent* entry = nullptr;
+OpenFolder::OpenFolder(const char* path)
+    : folder(::open(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC)) {}
+
+const char* OpenFolder::Next() {
+    const dirent64* entry = nullptr;
     do {
-        entry = stream ? ::readdir(stream.get()) : nullptr;
+        entry = NextEntry();
     } while (entry != nullptr &&
              (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0));
     return entry == nullptr ? nullptr : entry->d_name;
 }
 
+const dirent64* OpenFolder::NextEntry() {
+    if (at == size) {
+        const ssize_t got = ::getdents64(folder.Get(), entries.data(), entries.size());
+        at = 0;
+        size = got > 0 ? static_cast<std::size_t>(got) : 0;
+    }
+    if (size == 0) {
+        return nullptr;
+    }
+    const auto* entry = reinterpret_cast<const dirent64*>(entries.data() + at);
+    at += entry->d_reclen;
+    return entry;
+}
+
 bool OpenFolder::StatusOf(const char* name, struct stat& status) const {
-    return ::fstatat(::dirfd(stream.get()), name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+    return ::fstatat(folder.Get(), name, &status, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 std::string SystemText(int error) {

@@ -2,8 +2,8 @@
 
 #include <dirent.h>
 #include <sys/stat.h>
+#include <array>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -53,23 +53,25 @@ struct PlainFile {
 /// The whole content; `refusal` is set where it cannot be read or is longer than `limit`.
 [[nodiscard]] std::string ReadWhole(PlainFile& file, std::size_t limit);
 
-/// What lies in a folder, name by name; nothing where it cannot be opened.
+/// What lies in a folder, name by name; nothing where it cannot be opened. It takes no memory, so
+/// signal handlers may use it.
 class OpenFolder {
 public:
-    explicit OpenFolder(const std::string& path) : stream(::opendir(path.c_str())) {}
+    explicit OpenFolder(const char* path);
 
     /// The next name, without "." and ".."; null at the end. It lasts until the next call.
-    const char* Next() const;
+    const char* Next();
 
     /// Of an entry itself, not of what a link leads to. False when it has gone.
     bool StatusOf(const char* name, struct stat& status) const;
 
 private:
-    struct Closer {
-        void operator()(DIR* open) const { ::closedir(open); }
-    };
+    const dirent64* NextEntry();
 
-    std::unique_ptr<DIR, Closer> stream;
+    FileHandle folder;
+    std::size_t at = 0;
+    std::size_t size = 0;
+    alignas(dirent64) std::array<char, 8192> entries;
 };
 
 /// The system's text for an error number.

@@ -1,66 +1,86 @@
 #include "qdmctl/FrontWatch.h"
 
+#include "host/ComLib/Pauses.h"
 #include "qdmctl/ProcessTree.h"
 
 #include <poll.h>
-#include <sys/eventfd.h>
+#include <sys/prctl.h>
+#include <sys/time.h>
 #include <unistd.h>
+#include <atomic>
 #include <csignal>
 
 namespace qdmctl {
 namespace {
 
-constexpr int GraceMs = 1000;
-constexpr int IntervalMs = 100;
-constexpr int NoLimit = -1;
+constexpr suseconds_t GraceUs = 999'999;
+constexpr suseconds_t IntervalUs = 100'000;
+
+// Signal handlers reach no object.
+std::atomic<bool> gone{false};
+std::atomic<bool> changing{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+/// 0: never.
+void WindUpIn(suseconds_t time) {
+    const itimerval timer = {{0, time != 0 ? IntervalUs : 0}, {0, time}};
+    ::setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+/// As the front process does.
+void WindUp(int) {
+    if (!changing) {
+        EndPauses();
+        EndDescendants(::getpid());
+    }
+}
+
+void OnFrontGone(int) {
+    gone = true;
+    if (!changing) {
+        WindUpIn(GraceUs);
+    }
+}
+
+void SetHandler(int number, void (*handler)(int), int flags) {
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = flags;
+    ::sigaction(number, &action, nullptr);
+}
+
+bool IsHungUp(int channel) {
+    pollfd entry{channel, POLLRDHUP, 0};
+    return ::poll(&entry, 1, 0) > 0;
+}
 
 }  // namespace
 
-/// The thread takes no signals: those of the process interrupt what the provider waits for.
-FrontWatch::FrontWatch(int channel) : channel(channel), end(::eventfd(0, EFD_CLOEXEC)) {
-    sigset_t all;
-    sigset_t before;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before);
-    thread = std::thread([this] { Watch(); });
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+/// A pause that runs is to end with the alarm; a changing step is not to notice anything.
+FrontWatch::FrontWatch(int channel) {
+    gone = changing = false;
+    SetHandler(SIGALRM, WindUp, 0);
+    SetHandler(SIGUSR2, OnFrontGone, SA_RESTART);
+    ::prctl(PR_SET_PDEATHSIG, SIGUSR2);
+    if (IsHungUp(channel)) {
+        OnFrontGone(SIGUSR2);  // it was too early for the signal
+    }
 }
 
 FrontWatch::~FrontWatch() {
-    Dismiss();
-    thread.join();
-    ::close(end);
-}
-
-void FrontWatch::Dismiss() const {
-    ::eventfd_write(end, 1);
+    ::prctl(PR_SET_PDEATHSIG, 0);
+    WindUpIn(0);
 }
 
 void FrontWatch::SetChanging(bool value) {
-    const std::lock_guard<std::mutex> lock(guard);
     changing = value;
-}
-
-bool FrontWatch::EndRequested(int timeoutMs) const {
-    pollfd entry{end, POLLIN, 0};
-    return ::poll(&entry, 1, timeoutMs) > 0;
-}
-
-void FrontWatch::Watch() {
-    pollfd entries[] = {{channel, POLLRDHUP, 0}, {end, POLLIN, 0}};
-    ::poll(entries, 2, NoLimit);
-    gone = entries[0].revents != 0;
-    for (int pause = GraceMs; !EndRequested(pause); pause = IntervalMs) {
-        WindUp();
+    if (gone) {
+        WindUpIn(value ? 0 : GraceUs);
     }
 }
 
-void FrontWatch::WindUp() {
-    const std::lock_guard<std::mutex> lock(guard);
-    if (!changing) {
-        ::kill(::getpid(), SIGUSR1);  // as the front process does
-        EndDescendants(::getpid());
-    }
+bool FrontWatch::FrontIsGone() const {
+    return gone;
 }
 
 }  // namespace qdmctl

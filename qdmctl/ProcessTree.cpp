@@ -2,15 +2,16 @@
 
 #include "qdmctl/FileAccess.h"
 
-#include <dirent.h>
+#include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
 #include <csignal>
-#include <cstdlib>
-#include <fstream>
-#include <memory>
-#include <sstream>
-#include <string>
+#include <cstring>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -25,60 +26,88 @@ struct Process {
     pid_t session = 0;
 };
 
-Process Look(pid_t pid) {
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    std::getline(stat, line);
-    // The program's name stands in parentheses and may hold anything, parentheses too.
-    const auto end = line.rfind(')');
-    if (end == std::string::npos) {
-        return {};
+// What ends processes runs in signal handlers too. The functions up to EndDescendants take no
+// memory and no locks.
+
+/// Numbers between blanks.
+class Fields {
+public:
+    explicit Fields(std::string_view text) : rest(text) {}
+
+    void Skip(int count) {
+        for (int i = 0; i < count; ++i) {
+            Word();
+        }
     }
-    if (line.compare(end, 3, ") Z") == 0) {
+
+    template <class Number>
+    void Read(Number& number) {
+        const std::string_view word = Word();
+        whole = std::from_chars(word.data(), word.data() + word.size(), number).ec == std::errc() &&
+                whole;
+    }
+
+    /// Whether all that was read was a number.
+    bool Whole() const { return whole; }
+
+private:
+    std::string_view Word() {
+        rest.remove_prefix(std::min(rest.find_first_not_of(' '), rest.size()));
+        const std::string_view word = rest.substr(0, rest.find(' '));
+        rest.remove_prefix(word.size());
+        return word;
+    }
+
+    std::string_view rest;
+    bool whole = true;
+};
+
+Process ParseStat(pid_t pid, std::string_view text) {
+    // The program's name stands in parentheses and may hold anything, parentheses too.
+    const auto end = text.rfind(')');
+    if (end == std::string_view::npos || text.compare(end, 3, ") Z") == 0) {
         return {};  // it has ended
     }
-    std::istringstream fields(line.substr(end + 1));
+    constexpr int state = 1;
     constexpr int betweenSessionAndStart = 15;
     Process process;
     process.pid = pid;
-    std::string skipped;
-    fields >> skipped >> process.parent >> process.group >> process.session;
-    for (int i = 0; i < betweenSessionAndStart; ++i) {
-        fields >> skipped;
-    }
-    fields >> process.started;
-    return fields ? process : Process{};
+    Fields fields(text.substr(end + 1));
+    fields.Skip(state);
+    fields.Read(process.parent);
+    fields.Read(process.group);
+    fields.Read(process.session);
+    fields.Skip(betweenSessionAndStart);
+    fields.Read(process.started);
+    return fields.Whole() ? process : Process{};
 }
 
-std::unordered_multimap<pid_t, Process> ChildrenByParent() {
-    std::unordered_multimap<pid_t, Process> children;
-    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir("/proc"), ::closedir);
-    if (!folder) {
-        return children;
-    }
-    while (const dirent* entry = ::readdir(folder.get())) {
-        char* end = nullptr;
-        const long pid = std::strtol(entry->d_name, &end, 10);
-        if (pid > 0 && *end == '\0') {
-            const Process process = Look(static_cast<pid_t>(pid));
-            children.emplace(process.parent, process);
-        }
-    }
-    return children;
+Process Look(pid_t pid) {
+    constexpr std::string_view folder = "/proc/";
+    constexpr std::string_view file = "/stat";
+    std::array<char, 32> path{};
+    char* const digits = std::copy(folder.begin(), folder.end(), path.data());
+    const auto number = std::to_chars(digits, path.data() + path.size() - file.size() - 1, pid);
+    std::copy(file.begin(), file.end(), number.ptr);
+    const FileHandle stat(::open(path.data(), O_RDONLY | O_CLOEXEC));
+    std::array<char, 1024> text;
+    const ssize_t size = ::read(stat.Get(), text.data(), text.size());
+    return size > 0 ? ParseStat(pid, {text.data(), static_cast<std::size_t>(size)}) : Process{};
 }
 
-std::vector<Process> DescendantsOf(pid_t ancestor) {
-    const auto children = ChildrenByParent();
-    std::vector<Process> found(1);
-    found[0].pid = ancestor;
-    for (std::size_t i = 0; i < found.size(); ++i) {
-        const auto range = children.equal_range(found[i].pid);
-        for (auto child = range.first; child != range.second; ++child) {
-            found.push_back(child->second);
+/// Calls `visit` with every process of the machine.
+template <class Visit>
+void VisitProcesses(Visit visit) {
+    OpenFolder folder("/proc");
+    while (const char* name = folder.Next()) {
+        const char* const end = name + std::strlen(name);
+        pid_t pid = 0;
+        const bool numbered = std::from_chars(name, end, pid).ptr == end;
+        const Process process = numbered ? Look(pid) : Process{};
+        if (process.parent != 0) {
+            visit(process);
         }
     }
-    found.erase(found.begin());
-    return found;
 }
 
 /// The process may have ended meanwhile and its identifier be another's; the handle cannot.
@@ -94,51 +123,86 @@ void Send(const Process& process, int signal) {
     }
 }
 
-using ProcessMap = std::unordered_map<pid_t, Process>;
+/// The descendants of a process, as they are found.
+class Family {
+public:
+    explicit Family(pid_t ancestor) : ancestor(ancestor) {}
+
+    /// True when a process belongs here and is new. A tool starts a few; more than there is room
+    /// for are left to the next attempt.
+    bool Add(const Process& process) {
+        const bool belongs = process.parent == ancestor || Has(process.parent);
+        if (!belongs || Has(process.pid) || size == members.size()) {
+            return false;
+        }
+        members[size++] = process;
+        return true;
+    }
+
+    const Process* begin() const { return members.data(); }
+    const Process* end() const { return members.data() + size; }
+
+private:
+    bool Has(pid_t pid) const {
+        return std::any_of(begin(), end(), [pid](const Process& one) { return one.pid == pid; });
+    }
+
+    pid_t ancestor;
+    std::size_t size = 0;
+    std::array<Process, 256> members;
+};
 
 /// One that is killed while it starts a child would leave that behind where nobody finds it. One
 /// that is stopped starts none, and keeps those it has. False when all had been stopped before.
-bool StopOthers(pid_t ancestor, ProcessMap& stopped) {
-    const std::size_t before = stopped.size();
-    for (const Process& process : DescendantsOf(ancestor)) {
-        if (stopped.emplace(process.pid, process).second) {
+bool StopOthers(Family& stopped) {
+    bool more = false;
+    VisitProcesses([&](const Process& process) {
+        if (stopped.Add(process)) {
             Send(process, SIGSTOP);
+            more = true;
         }
-    }
-    return stopped.size() > before;
+    });
+    return more;
 }
 
 }  // namespace
 
-std::vector<pid_t> PidsBelow(pid_t ancestor) {
-    std::vector<pid_t> pids;
-    for (const Process& process : DescendantsOf(ancestor)) {
-        pids.push_back(process.pid);
+void EndDescendants(pid_t ancestor) {
+    const int kept = errno;
+    Family stopped(ancestor);
+    while (StopOthers(stopped)) {
     }
-    return pids;
+    for (const Process& process : stopped) {
+        Send(process, SIGKILL);
+    }
+    errno = kept;
 }
 
-void EndDescendants(pid_t ancestor) {
-    ProcessMap stopped;
-    while (StopOthers(ancestor, stopped)) {
+std::vector<pid_t> PidsBelow(pid_t ancestor) {
+    std::unordered_multimap<pid_t, pid_t> children;
+    VisitProcesses([&](const Process& process) { children.emplace(process.parent, process.pid); });
+    std::vector<pid_t> pids = {ancestor};
+    for (std::size_t i = 0; i < pids.size(); ++i) {
+        const auto range = children.equal_range(pids[i]);
+        for (auto child = range.first; child != range.second; ++child) {
+            pids.push_back(child->second);
+        }
     }
-    for (const auto& entry : stopped) {
-        Send(entry.second, SIGKILL);
-    }
+    pids.erase(pids.begin());
+    return pids;
 }
 
 std::vector<pid_t> PidsLeftBy(pid_t worker) {
     std::vector<pid_t> pids;
-    for (const auto& [parent, process] : ChildrenByParent()) {
-        if (process.pid == worker) {
-            return {};  // another process by now: a number in use by a session is not given anew
-        }
+    bool another = false;  // process by now: a number in use by a session is not given anew
+    VisitProcesses([&](const Process& process) {
+        another = another || process.pid == worker;
         if (process.session == worker &&
             (process.group == process.pid || process.group == worker)) {
             pids.push_back(process.pid);
         }
-    }
-    return pids;
+    });
+    return another ? std::vector<pid_t>() : pids;
 }
 
 }  // namespace qdmctl

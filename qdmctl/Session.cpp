@@ -22,7 +22,7 @@ constexpr char PrivateFolder[] = "/tmp/qdmctl/";
 bool IsOwnEmptyFolder(const std::string& folder) {
     struct stat status {};
     return ::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-           OtherHands(status, ::geteuid()).empty() && OpenFolder(folder).Next() == nullptr;
+           OtherHands(status, ::geteuid()).empty() && OpenFolder(folder.c_str()).Next() == nullptr;
 }
 
 bool MakeAnew(const std::string& folder) {

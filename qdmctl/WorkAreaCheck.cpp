@@ -39,16 +39,21 @@ constexpr WorkFolder workFolders[] = {{"/tmp", true},
                                       {ScratchFolder, true},
                                       {stateFolder, false}};
 
-std::optional<Error> CheckFolder(const std::string& folder, uid_t owner) {
-    struct stat status {};
-    if (::lstat(folder.c_str(), &status) != 0) {
-        return FolderError(folder, "cannot be used: " + SystemText(errno));
-    }
+std::optional<Error> JudgeFolder(const std::string& folder, const struct stat& status,
+                                 uid_t owner) {
     if (!S_ISDIR(status.st_mode)) {
         return FolderError(folder, "is not a folder");
     }
     const std::string fault = OtherHands(status, owner);
     return fault.empty() ? std::nullopt : std::optional<Error>(FolderError(folder, fault));
+}
+
+std::optional<Error> CheckFolder(const std::string& folder, uid_t owner) {
+    struct stat status {};
+    if (::lstat(folder.c_str(), &status) != 0) {
+        return FolderError(folder, "cannot be used: " + SystemText(errno));
+    }
+    return JudgeFolder(folder, status, owner);
 }
 
 /// What a program writes to must be its own: not reached through a link, and nothing that makes
@@ -66,7 +71,7 @@ std::optional<Error> JudgeEntry(const std::string& path, const struct stat& stat
 
 std::optional<Error> CheckEntries(const std::string& root, const WorkFolder& folder, uid_t owner) {
     const std::string path = root + folder.path;
-    const OpenFolder entries(path);
+    OpenFolder entries(path.c_str());
     while (const char* name = entries.Next()) {
         struct stat status {};
         if (!entries.StatusOf(name, status)) {
@@ -99,8 +104,10 @@ std::optional<Error> CheckFiles(const std::string& root, uid_t owner) {
 
 std::optional<Error> MakeFolder(const std::string& folder) {
     struct stat status {};
-    const bool there = ::lstat(folder.c_str(), &status) == 0;
-    if (!there && ::mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+    if (::lstat(folder.c_str(), &status) == 0) {
+        return JudgeFolder(folder, status, ::geteuid());
+    }
+    if (::mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
         return IsDiskFull(errno) ? MakeError(ErrorId::DiskFull, "no space left to create " + folder,
                                              "free some space on that disk")
                                  : FolderError(folder, "cannot be created: " + SystemText(errno));

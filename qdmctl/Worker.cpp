@@ -119,7 +119,6 @@ void RunWorker(const Options& options, const StreamStyles& styles, Channel& chan
     }
     Console console(channel, board);
     Answer answer = refusal.empty() ? RunCommand(options, console) : TraceRefused(options, refusal);
-    console.Dismiss();  // its thread ends beside the rest, else the process would end with it later
     channel.Send(FrameType::Output, ToText(Concluded(std::move(answer), options, styles)));
     std::_Exit(0);  // the user waits for it
 }
