@@ -3,11 +3,11 @@
 #include <chrono>
 #include <iostream>
 
-/// Prints how many nanoseconds it takes to load the provider, in a fresh process whose host
+/// Prints how many nanoseconds it takes to load a library, in a fresh process whose host
 /// libraries are loaded.
 int main(int count, char** arguments) {
     if (count != 2) {
-        std::cerr << "usage: bench_provider_load PROVIDER.so\n";
+        std::cerr << "usage: bench_provider_load LIBRARY.so\n";
         return 1;
     }
     const auto begun = std::chrono::steady_clock::now();

@@ -43,10 +43,16 @@ def count(folder, build, ports):
 
 
 def load_times(build):
-    """Nanoseconds that loading the provider takes, each in a process of its own."""
+    """Nanoseconds that loading takes, each time in a process of its own: the provider and a small
+    library in turn."""
     program = build / "bench" / "bench_provider_load"
-    provider = build / "lib" / "libqdmp_EMULEX_FC.so"
-    return [int(labs.run(program, provider)) for _ in range(LOAD_RUNS)]
+    libraries = {"provider": build / "lib" / "libqdmp_EMULEX_FC.so",
+                 "small": build / "bench" / "libbench_plugin.so"}
+    times = {name: [] for name in libraries}
+    for _ in range(LOAD_RUNS):
+        for name, library in libraries.items():
+            times[name].append(int(labs.run(program, library)))
+    return times
 
 
 def provider_work(build):

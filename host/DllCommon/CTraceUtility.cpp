@@ -12,6 +12,7 @@
 #include "host/DllCommon/MessageCatalogue.h"
 #include "host/DllCommon/MessageTable.h"
 #include "host/DllCommon/Observation.h"
+#include "host/DllCommon/TraceLevels.h"
 #include "host/DllCommon/TraceSink.h"
 #include "host/DllCommon/VisibleText.h"
 
@@ -51,11 +52,16 @@ HostMessage KnownMessage(const char* id, const std::vector<std::string>& inserts
 /// Kept out of its caller, most calls of which have nothing to write.
 [[gnu::noinline]] void WriteLine(const char* file, CTraceUtility::TRACE_DBG_LEVEL level,
                                  const char* format, va_list arguments) {
+    const unsigned toFile = TraceFileLevels() & level;
+    const unsigned toObserver = ObservedLevels() & level;
+    if (toFile == 0 && toObserver == 0) {
+        return;
+    }
     const std::string line = VisibleText(Formatted(format, arguments));
-    if ((TraceFileLevels() & level) != 0) {
+    if (toFile != 0) {
         WriteTraceLine(file == nullptr ? "-" : file, level, line);
     }
-    if ((ObservedLevels() & level) != 0) {
+    if (toObserver != 0) {
         ObserveTrace(level, line);
     }
 }
@@ -63,7 +69,7 @@ HostMessage KnownMessage(const char* id, const std::vector<std::string>& inserts
 }  // namespace
 
 void CTraceUtility::WriteDebug(const char* file, TRACE_DBG_LEVEL level, const char* format, ...) {
-    if (((TraceFileLevels() | ObservedLevels()) & level) == 0 || format == nullptr) {
+    if (!MayBeTraced(level) || format == nullptr) {
         return;
     }
     va_list arguments;

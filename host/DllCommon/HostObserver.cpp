@@ -1,6 +1,7 @@
 #include "host/DllCommon/HostObserver.h"
 
 #include "host/DllCommon/Observation.h"
+#include "host/DllCommon/TraceLevels.h"
 
 #include <utility>
 
@@ -22,12 +23,15 @@ public:
 
 HostObserver::~HostObserver() = default;
 
+std::atomic<unsigned> observedLevels{0};
+
 HostObserver* SetHostObserver(HostObserver* observer) {
+    observedLevels = observer == nullptr ? 0 : observer->TraceLevels();
     return std::exchange(current, observer);
 }
 
 unsigned ObservedLevels() {
-    return current == nullptr || observing ? 0 : current->TraceLevels();
+    return observing ? 0 : observedLevels.load(std::memory_order_relaxed);
 }
 
 void ObserveTrace(CTraceUtility::TRACE_DBG_LEVEL level, const std::string& line) {

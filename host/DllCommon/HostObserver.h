@@ -20,7 +20,8 @@ class HostObserver {
 public:
     virtual ~HostObserver();
 
-    /// Mask of CTraceUtility::TRACE_DBG_LEVEL: the trace lines that OnTrace is called for.
+    /// Mask of CTraceUtility::TRACE_DBG_LEVEL: the trace lines that OnTrace is called for. It is
+    /// asked for when the observer is set.
     virtual unsigned TraceLevels() const = 0;
     virtual void OnTrace(CTraceUtility::TRACE_DBG_LEVEL level, const std::string& line) = 0;
     virtual void OnMessage(const HostMessage& message) = 0;

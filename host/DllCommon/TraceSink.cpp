@@ -1,9 +1,10 @@
 #include "host/DllCommon/TraceSink.h"
 
+#include "host/DllCommon/TraceLevels.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
@@ -46,9 +47,7 @@ private:
     int descriptor;
 };
 
-constexpr unsigned kLevelsNotAsked = ~kAllTraceLevels;
-/// Every line that is not written looks here, and does no more than that.
-std::atomic<unsigned> fileLevels{kLevelsNotAsked};
+constexpr unsigned kLevelsNotAsked = ~0U;
 
 struct TraceState {
     std::unique_ptr<AppendSink> sink;
@@ -117,6 +116,8 @@ const char* LevelWord(CTraceUtility::TRACE_DBG_LEVEL level) {
 }
 
 }  // namespace
+
+std::atomic<unsigned> fileLevels{kLevelsNotAsked};
 
 std::string OpenTraceFile(const std::string& file, unsigned levels) {
     return Open(State(), file, levels);
