@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <numeric>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -18,9 +20,10 @@
 // Runs whole programs in turn and measures them. Reads a plan from standard input:
 //   {"rounds": 20, "cases": [{"name": "cold", "drop": "/folder",
 //                             "steps": [{"argv": ["/bin/true"], "output": "/tmp/out"}]}]}
-// Every round runs each case once, its steps one after another, their output on files; `drop` is
-// emptied before the time starts. One more round before the first is not counted. Writes for each
-// case the runs' wall time in nanoseconds and the largest resident size of their processes in KiB.
+// Every round runs each case once, in an order of its own; the steps of a case one after another,
+// their output on files; `drop` is emptied before the time starts. One more round before the first
+// is not counted. Writes for each case the runs' wall time in nanoseconds and the largest resident
+// size of their processes in KiB.
 
 namespace {
 
@@ -114,10 +117,14 @@ void RunCase(Case& one, bool counted) {
     }
 }
 
-/// Each round begins with the next case, so that none always follows the same one.
-void RunRound(std::vector<Case>& cases, std::size_t round, bool counted) {
-    for (std::size_t i = 0; i < cases.size(); ++i) {
-        RunCase(cases[(round + i) % cases.size()], counted);
+/// What a case leaves behind in the kernel may cost the next one something, so none always follows
+/// the same one. The orders are random, and the same each time.
+void RunRound(std::vector<Case>& cases, std::mt19937& random, bool counted) {
+    std::vector<std::size_t> order(cases.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::shuffle(order.begin(), order.end(), random);
+    for (const std::size_t index : order) {
+        RunCase(cases[index], counted);
     }
 }
 
@@ -126,10 +133,11 @@ json Execute(const json& plan) {
     for (const json& text : plan.at("cases")) {
         cases.push_back(ReadCase(text));
     }
-    RunRound(cases, 0, false);
+    std::mt19937 random;
+    RunRound(cases, random, false);
     const std::size_t rounds = plan.at("rounds");
     for (std::size_t round = 0; round < rounds; ++round) {
-        RunRound(cases, round, true);
+        RunRound(cases, random, true);
     }
     json results = json::object();
     for (const Case& one : cases) {

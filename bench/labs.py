@@ -85,6 +85,7 @@ def inventory_cases(lab):
         one_step("script", f"{INSIDE}/admin_list.sh"),
         one_step("floor", f"{INSIDE}/bench_plugin_host", f"{INSIDE}/libbench_plugin.so"),
         one_step("least", f"{INSIDE}/bench_least_host", PROVIDER, "/tmp/"),
+        one_step("leastworker", f"{INSIDE}/bench_least_host", PROVIDER, "/tmp/", "--worker"),
     ]
 
 

@@ -10,7 +10,8 @@ CASES = {"bare": "bare sum of the tool calls", "shells": "the same calls by shel
          "cold": "`qdmctl list`, cold", "cold4": "`qdmctl list --jobs 4`, cold",
          "warm": "`qdmctl list`, warm",
          "script": "administrator's script", "floor": "program with a plug-in",
-         "least": "the provider's part, warm"}
+         "least": "the provider's part, warm",
+         "leastworker": "the same in a worker process"}
 
 
 def quartiles(values):
@@ -134,7 +135,8 @@ def provider_table(found):
 
 def text(result):
     host = result["machine"]
-    head = (f"{result['rounds']} rounds on {host['cpus']} processors, Linux {host['kernel']}, "
+    rounds = result["rounds"].values()
+    head = (f"{min(rounds)} to {max(rounds)} rounds on {host['cpus']} processors, Linux {host['kernel']}, "
             f"load {host['load']:.1f} at the start.")
     blocks = [[head], target_table(result), wall_table(result["walls"]),
               count_table(result["counts"]), provider_table(result["provider_ns"])]
