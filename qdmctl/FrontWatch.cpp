@@ -21,17 +21,19 @@ std::atomic<bool> gone{false};
 std::atomic<bool> changing{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-/// 0: never.
+/// Once; 0: never.
 void WindUpIn(suseconds_t time) {
-    const itimerval timer = {{0, time != 0 ? IntervalUs : 0}, {0, time}};
+    const itimerval timer = {{0, 0}, {0, time}};
     ::setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
-/// As the front process does.
+/// As the front process does. What was interrupted gets on meanwhile, however long a look at all
+/// processes takes.
 void WindUp(int) {
     if (!changing) {
         EndPauses();
         EndDescendants(::getpid());
+        WindUpIn(IntervalUs);
     }
 }
 

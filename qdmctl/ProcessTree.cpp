@@ -3,6 +3,7 @@
 #include "qdmctl/FileAccess.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <algorithm>
@@ -26,8 +27,8 @@ struct Process {
     pid_t session = 0;
 };
 
-// What ends processes runs in signal handlers too. The functions up to EndDescendants take no
-// memory and no locks.
+// What ends processes runs in signal handlers too: nothing up to EndDescendants takes memory of the
+// heap, or locks.
 
 /// Numbers between blanks.
 class Fields {
@@ -126,30 +127,44 @@ void Send(const Process& process, int signal) {
 /// The descendants of a process, as they are found.
 class Family {
 public:
-    explicit Family(pid_t ancestor) : ancestor(ancestor) {}
+    explicit Family(pid_t ancestor)
+        : ancestor(ancestor),
+          memory(::mmap(nullptr, capacity * sizeof(Process), PROT_READ | PROT_WRITE,
+                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0)),
+          members(memory == MAP_FAILED ? nullptr : static_cast<Process*>(memory)) {}
+    ~Family() {
+        if (members != nullptr) {
+            ::munmap(memory, capacity * sizeof(Process));
+        }
+    }
+    Family(const Family&) = delete;
+    Family& operator=(const Family&) = delete;
 
-    /// True when a process belongs here and is new. A tool starts a few; more than there is room
-    /// for are left to the next attempt.
+    /// True when a process belongs here and is new. Without room none does.
     bool Add(const Process& process) {
         const bool belongs = process.parent == ancestor || Has(process.parent);
-        if (!belongs || Has(process.pid) || size == members.size()) {
+        if (!belongs || Has(process.pid) || members == nullptr || size == capacity) {
             return false;
         }
         members[size++] = process;
         return true;
     }
 
-    const Process* begin() const { return members.data(); }
-    const Process* end() const { return members.data() + size; }
+    const Process* begin() const { return members; }
+    const Process* end() const { return members + size; }
 
 private:
+    /// As many as there can be on most servers; what is not used takes no memory.
+    static constexpr std::size_t capacity = std::size_t{1} << 16U;
+
     bool Has(pid_t pid) const {
         return std::any_of(begin(), end(), [pid](const Process& one) { return one.pid == pid; });
     }
 
     pid_t ancestor;
+    void* memory;
+    Process* members;
     std::size_t size = 0;
-    std::array<Process, 256> members;
 };
 
 /// One that is killed while it starts a child would leave that behind where nobody finds it. One

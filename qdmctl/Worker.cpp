@@ -138,6 +138,7 @@ int RunInWorker(const Options& options, int (*tell)(const Output& output)) {
         Channel channel(ends[1]);
         RunWorker(options, styles, channel, board);
     }
+    const int error = errno;
     ::close(ends[1]);
     if (worker > 0) {
         Front watch(front, board, worker);
@@ -147,7 +148,7 @@ int RunInWorker(const Options& options, int (*tell)(const Output& output)) {
     }
     return tell(Concluded(
         Failure(options, MakeError(ErrorId::Internal,
-                                   std::string("no worker process: ") + std::strerror(errno),
+                                   std::string("no worker process: ") + std::strerror(error),
                                    "free some memory or processes and try again")),
         options, styles));
 }
