@@ -35,6 +35,7 @@ void CStringUtil::strReplace(std::string& text, const std::string& from, const s
         return;
     }
     std::string out;
+    out.reserve(text.size());
     std::size_t start = 0;
     for (auto at = text.find(from); at != std::string::npos; at = text.find(from, start)) {
         out.append(text, start, at - start).append(to);

@@ -8,6 +8,7 @@
 #include <array>
 #include <charconv>
 #include <memory>
+#include <string_view>
 #include <tuple>
 
 #include "host/ComLib/Descriptor.h"
@@ -21,29 +22,46 @@ bool IsLowerHex(char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
 }
 
-/// Takes exactly `digits` lower-case hexadecimal digits and the character behind them, if one is
-/// asked for, off the front of the text.
-std::optional<unsigned> TakeHex(std::string& text, std::size_t digits, const char* behind) {
-    const std::string end = behind;
-    if (text.size() < digits + end.size() || text.compare(digits, end.size(), end) != 0 ||
-        !std::all_of(text.begin(), text.begin() + static_cast<long>(digits), IsLowerHex)) {
+/// Takes exactly `digits` lower-case hexadecimal digits and what stands behind them off the front
+/// of the text.
+std::optional<unsigned> TakeHex(std::string_view& text, std::size_t digits,
+                                std::string_view behind) {
+    if (text.size() < digits || text.substr(digits, behind.size()) != behind ||
+        !std::all_of(text.begin(), text.begin() + digits, IsLowerHex)) {
         return std::nullopt;
     }
     unsigned value = 0;
     std::from_chars(text.data(), text.data() + digits, value, 16);
-    text.erase(0, digits + end.size());
+    text.remove_prefix(digits + behind.size());
     return value;
 }
 
 /// In at least so many digits.
-std::string Hex(unsigned number, std::size_t digits) {
-    std::array<char, 16> text;
-    const auto end = std::to_chars(text.data(), text.data() + text.size(), number, 16).ptr;
-    const auto size = static_cast<std::size_t>(end - text.data());
-    return std::string(digits - std::min(digits, size), '0').append(text.data(), size);
+void AppendHex(std::string& text, unsigned number, std::size_t digits) {
+    std::array<char, 2 * sizeof number> hex;
+    const auto end = std::to_chars(hex.data(), hex.data() + hex.size(), number, 16).ptr;
+    const auto size = static_cast<std::size_t>(end - hex.data());
+    text.append(digits - std::min(digits, size), '0').append(hex.data(), size);
 }
 
-bool IsIdentifierPart(const std::string& text) {
+std::optional<PciAddress> ParseAddress(std::string_view text) {
+    PciAddress address;
+    if (const auto domain = TakeHex(text, 4, ":")) {
+        address.domain = *domain;
+    }
+    const auto bus = TakeHex(text, 2, ":");
+    const auto device = TakeHex(text, 2, ".");
+    const auto function = TakeHex(text, 1, "");
+    if (!bus || !device || !function || !text.empty() || *device > 0x1f || *function > 7) {
+        return std::nullopt;
+    }
+    address.bus = *bus;
+    address.device = *device;
+    address.function = *function;
+    return address;
+}
+
+bool IsIdentifierPart(std::string_view text) {
     return text.size() == 4 && std::all_of(text.begin(), text.end(), IsLowerHex);
 }
 
@@ -100,25 +118,16 @@ auto Position(const PciAddress& address) {
 }  // namespace
 
 std::string PciAddress::Text() const {
-    return Hex(domain, 4) + ':' + Hex(bus, 2) + ':' + Hex(device, 2) + '.' + Hex(function, 1);
+    std::string text;
+    AppendHex(text, domain, 4);
+    AppendHex(text += ':', bus, 2);
+    AppendHex(text += ':', device, 2);
+    AppendHex(text += '.', function, 1);
+    return text;
 }
 
 std::optional<PciAddress> ParsePciAddress(const std::string& text) {
-    std::string rest = text;
-    PciAddress address;
-    if (const auto domain = TakeHex(rest, 4, ":")) {
-        address.domain = *domain;
-    }
-    const auto bus = TakeHex(rest, 2, ":");
-    const auto device = TakeHex(rest, 2, ".");
-    const auto function = TakeHex(rest, 1, "");
-    if (!bus || !device || !function || !rest.empty() || *device > 0x1f || *function > 7) {
-        return std::nullopt;
-    }
-    address.bus = *bus;
-    address.device = *device;
-    address.function = *function;
-    return address;
+    return ParseAddress(text);
 }
 
 std::string DeviceIdentifier::Text() const {
@@ -126,18 +135,19 @@ std::string DeviceIdentifier::Text() const {
 }
 
 std::optional<DeviceIdentifier> ParseDeviceIdentifier(const std::string& text) {
-    const auto first = text.find('-');
-    const auto second = first == std::string::npos ? first : text.find('-', first + 1);
-    if (second == std::string::npos) {
+    const std::string_view whole = text;
+    const auto first = whole.find('-');
+    const auto second = first == whole.npos ? first : whole.find('-', first + 1);
+    if (second == whole.npos) {
         return std::nullopt;
     }
-    const auto address = ParsePciAddress(text.substr(0, first));
-    const std::string vendor = text.substr(first + 1, second - first - 1);
-    const std::string device = text.substr(second + 1);
+    const auto address = ParseAddress(whole.substr(0, first));
+    const std::string_view vendor = whole.substr(first + 1, second - first - 1);
+    const std::string_view device = whole.substr(second + 1);
     if (!address || !IsIdentifierPart(vendor) || !IsIdentifierPart(device)) {
         return std::nullopt;
     }
-    return DeviceIdentifier{*address, vendor, device};
+    return DeviceIdentifier{*address, std::string(vendor), std::string(device)};
 }
 
 bool IsListed(const DeviceIdentifier& identifier) {

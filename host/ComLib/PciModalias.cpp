@@ -9,30 +9,35 @@ namespace {
 constexpr std::size_t kWide = 8;   ///< digits of vendor and device
 constexpr std::size_t kClass = 2;  ///< digits of each part of the class
 
-/// Takes a mark and the digits behind it off the front of the text, the digits in lower case as the
-/// other files of the kernel have them; empty where something else stands there.
-std::string Take(std::string_view& text, std::string_view mark, std::size_t digits) {
-    if (text.substr(0, mark.size()) != mark || text.size() < mark.size() + digits) {
+bool IsUpperHex(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F');
+}
+
+/// Takes a mark and the digits behind it off the front of the text; empty where something else
+/// stands there.
+std::string_view Take(std::string_view& text, std::string_view mark, std::size_t digits) {
+    const std::string_view number = text.substr(std::min(mark.size(), text.size()), digits);
+    if (text.substr(0, mark.size()) != mark || number.size() < digits ||
+        !std::all_of(number.begin(), number.end(), IsUpperHex)) {
         text = {};
         return {};
     }
-    std::string number(text.substr(mark.size(), digits));
     text.remove_prefix(mark.size() + digits);
-    for (char& c : number) {
-        const bool letter = c >= 'A' && c <= 'F';
-        if (!letter && (c < '0' || c > '9')) {
-            text = {};
-            return {};
-        }
-        c = letter ? static_cast<char>(c - 'A' + 'a') : c;
-    }
     return number;
 }
 
-/// The four digits that an identifier has; empty where there are more.
-std::string Identifier(const std::string& wide) {
+/// The four digits that an identifier has, in lower case as the other files of the kernel have
+/// them; empty where there are more.
+std::string Identifier(std::string_view wide) {
     constexpr std::string_view zeros = "0000";
-    return wide.compare(0, zeros.size(), zeros) == 0 ? wide.substr(zeros.size()) : std::string();
+    if (wide.substr(0, zeros.size()) != zeros) {
+        return {};
+    }
+    std::string digits(wide.substr(zeros.size()));
+    for (char& c : digits) {
+        c = c >= 'A' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return digits;
 }
 
 }  // namespace
@@ -43,7 +48,7 @@ std::optional<PciDevice> ParsePciModalias(std::string_view text) {
     device.device = Identifier(Take(text, "d", kWide));
     device.subsystemVendor = Identifier(Take(text, "sv", kWide));
     device.subsystemDevice = Identifier(Take(text, "sd", kWide));
-    std::string code = Take(text, "bc", kClass);
+    std::string code(Take(text, "bc", kClass));
     code += Take(text, "sc", kClass);
     code += Take(text, "i", kClass);
     const bool whole = !device.vendor.empty() && !device.device.empty() &&

@@ -11,16 +11,15 @@
 
 namespace {
 
-/// A search for one value. inih tells sections, comments and names; the values are taken from the
-/// text itself, since inih cuts lines at the size of its buffer, joins indented lines to those
-/// above and takes " ;" in a value for a comment.
-struct Search {
+/// inih tells sections, comments and names; the values are taken from the text itself, since inih
+/// cuts lines at the size of its buffer, joins indented lines to those above and takes " ;" in a
+/// value for a comment.
+struct Reading {
     const std::string& text;
     const std::string& section;
-    const std::string& key;
+    std::vector<std::pair<std::string, std::string>>& values;
     std::size_t position = 0;
     std::string value;  ///< of the line that inih looks at
-    std::optional<std::string> found;
 };
 
 std::string Trimmed(const std::string& text) {
@@ -31,24 +30,24 @@ std::string Trimmed(const std::string& text) {
                : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-std::string NextLine(Search& search) {
-    const auto end = search.text.find('\n', search.position);
-    const auto length = end == std::string::npos ? end : end - search.position;
-    const std::string line = search.text.substr(search.position, length);
-    search.position = end == std::string::npos ? search.text.size() : end + 1;
+std::string NextLine(Reading& reading) {
+    const auto end = reading.text.find('\n', reading.position);
+    const auto length = end == std::string::npos ? end : end - reading.position;
+    const std::string line = reading.text.substr(reading.position, length);
+    reading.position = end == std::string::npos ? reading.text.size() : end + 1;
     return Trimmed(line);
 }
 
 /// inih's reader: the next line, without its value.
 char* ReadName(char* buffer, int size, void* stream) {
-    auto& search = *static_cast<Search*>(stream);
-    if (search.found || search.position >= search.text.size()) {
+    auto& reading = *static_cast<Reading*>(stream);
+    if (reading.position >= reading.text.size()) {
         return nullptr;
     }
-    std::string line = NextLine(search);
+    std::string line = NextLine(reading);
     const auto separator = line.find_first_of("=:");
     if (separator != std::string::npos && line.front() != '[') {
-        search.value = Trimmed(line.substr(separator + 1));
+        reading.value = Trimmed(line.substr(separator + 1));
         line.resize(separator + 1);
     }
     // inih keeps 49 characters of a name, and a NUL ends one early: either could make a name look
@@ -63,10 +62,9 @@ char* ReadName(char* buffer, int size, void* stream) {
 }
 
 int TakeValue(void* user, const char* section, const char* name, const char*) {
-    auto& search = *static_cast<Search*>(user);
-    if (!search.found && strcasecmp(section, search.section.c_str()) == 0 &&
-        strcasecmp(name, search.key.c_str()) == 0) {
-        search.found = search.value;
+    auto& reading = *static_cast<Reading*>(user);
+    if (strcasecmp(section, reading.section.c_str()) == 0) {
+        reading.values.emplace_back(name, reading.value);
     }
     return 1;
 }
@@ -109,9 +107,21 @@ std::optional<std::string> ReadIniText(const std::string& file, std::size_t limi
     return text;
 }
 
+IniSection::IniSection(const std::string& text, const std::string& section) {
+    Reading reading{text, section, values, 0, ""};
+    ini_parse_stream(ReadName, &reading, TakeValue, &reading);
+}
+
+std::optional<std::string> IniSection::Find(const std::string& key) const {
+    for (const auto& [name, value] : values) {
+        if (strcasecmp(name.c_str(), key.c_str()) == 0) {
+            return value;
+        }
+    }
+    return std::nullopt;
+}
+
 std::optional<std::string> FindIniValue(const std::string& text, const std::string& section,
                                         const std::string& key) {
-    Search search{text, section, key, 0, "", std::nullopt};
-    ini_parse_stream(ReadName, &search, TakeValue, &search);
-    return search.found;
+    return IniSection(text, section).Find(key);
 }

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "host/CTraceUtility.h"
+#include "host/DllCommon/TraceLevels.h"
 #include "host/DllCommon/VisibleText.h"
 
 namespace {
@@ -36,17 +37,23 @@ std::string Narrow(const wchar_t* text) {
     return out;
 }
 
+constexpr auto kLevel = CTraceUtility::TRACE_DBG_INFO;
+
 void Show(const std::string& text, const std::string& detail) {
     const std::string line = VisibleText(detail.empty() ? text : text + " " + detail);
-    CTraceUtility::WriteDebug("host", CTraceUtility::TRACE_DBG_INFO, "%s", line.c_str());
+    CTraceUtility::WriteDebug("host", kLevel, "%s", line.c_str());
 }
 
 }  // namespace
 
 void ShowMessage(const wchar_t* text, const char* detail) {
-    Show(Narrow(text), detail == nullptr ? "" : detail);
+    if (MayBeTraced(kLevel)) {
+        Show(Narrow(text), detail == nullptr ? "" : detail);
+    }
 }
 
 void ShowMessage(const wchar_t* text, const wchar_t* detail) {
-    Show(Narrow(text), Narrow(detail));
+    if (MayBeTraced(kLevel)) {
+        Show(Narrow(text), Narrow(detail));
+    }
 }
