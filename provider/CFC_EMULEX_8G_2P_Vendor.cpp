@@ -6,7 +6,9 @@
 #include "provider/common/TraceScope.h"
 #include "provider/modules/CFC_EMULEX_8G_Firmware.h"
 
-#include <fstream>
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -61,7 +63,11 @@ void CFC_EMULEX_8G_2P_Vendor::LinkDevice() {
 }
 
 std::string CFC_EMULEX_8G_2P_Vendor::ReadIdentifiers(const std::string& file) {
-    char text[readLength + 1] = {};
-    std::ifstream(file, std::ios::binary).read(text, readLength);
-    return std::string(text).substr(0, identifiersLength);
+    char text[readLength];
+    std::size_t size = 0;
+    if (std::FILE* const identifiers = std::fopen(file.c_str(), "re")) {
+        size = std::fread(text, 1, readLength, identifiers);
+        std::fclose(identifiers);
+    }
+    return std::string(text, ::strnlen(text, std::min(size, identifiersLength)));
 }

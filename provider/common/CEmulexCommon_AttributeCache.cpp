@@ -14,9 +14,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
 #include <string_view>
 
 namespace {
@@ -24,7 +24,7 @@ namespace {
 constexpr const char* listingResult = "fsresult";
 
 std::string AttributeFile(std::string wwpn) {
-    CStringUtil::strReplace(wwpn, ":", "-");
+    std::replace(wwpn.begin(), wwpn.end(), ':', '-');
     return WorkArea::CacheFile("HbaAttrib" + wwpn + ".txt");
 }
 
@@ -77,23 +77,36 @@ void TraceModification(time_t modified) {
                               ::ctime_r(&modified, text) == nullptr ? "" : text);
 }
 
+struct Newest {
+    std::string file;
+    time_t written = 0;
+};
+
+void Compare(const std::string& file, Newest& newest) {
+    struct stat state;
+    if (::stat(file.c_str(), &state) != 0) {
+        CTraceUtility::WriteDebug(Trace::File, Trace::Error, "stat error!!");
+        return;
+    }
+    TraceModification(state.st_mtime);
+    if (state.st_mtime > newest.written) {
+        newest = {file, state.st_mtime};
+    }
+}
+
+// A name with a blank in it is taken for several.
 std::string NewestListed() {
-    std::ifstream words(WorkArea::TempFile(listingResult));
-    std::string file, newest;
-    time_t latest = 0;
-    while (words >> file) {
-        struct stat state;
-        if (::stat(file.c_str(), &state) != 0) {
-            CTraceUtility::WriteDebug(Trace::File, Trace::Error, "stat error!!");
-            continue;
-        }
-        TraceModification(state.st_mtime);
-        if (state.st_mtime > latest) {
-            latest = state.st_mtime;
-            newest = file;
+    constexpr const char* blanks = " \t\v\f\r";
+    LineFile listing(WorkArea::TempFile(listingResult));
+    Newest newest;
+    while (const auto line = listing.Next()) {
+        std::size_t end = 0;
+        for (std::size_t at; (at = line->find_first_not_of(blanks, end)) != line->npos;) {
+            end = std::min(line->find_first_of(blanks, at), line->size());
+            Compare(std::string(line->substr(at, end - at)), newest);
         }
     }
-    return newest;
+    return newest.file;
 }
 
 }  // namespace
@@ -108,11 +121,12 @@ int CEmulexCommon::GetHbaAttribData(std::string wwpn, std::string key, std::stri
     const std::string file = AttributeFile(wwpn);
     CTraceUtility::WriteDebug(Trace::File, Trace::Info,
                               "CEmulexCommon::GetHbaAttribData() strOutputFile:%s", file.c_str());
-    if (!IsFreshCache(file, "CEmulexCommon::GetHbaAttribData() HbaAttributes file") &&
-        !Regenerate(wwpn, file)) {
+    const std::optional<FileStamp> fresh =
+        FreshCache(file, "CEmulexCommon::GetHbaAttribData() HbaAttributes file");
+    if (!fresh && !Regenerate(wwpn, file)) {
         return -1;
     }
-    LineFile text(file);
+    LineFile text(file, fresh);
     if (!text) {
         CTraceUtility::WriteDebug(Trace::File, Trace::Error, "file open error:%s", file.c_str());
         return -1;

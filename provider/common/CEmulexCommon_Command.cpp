@@ -4,6 +4,7 @@
 #include "host/Sleep.h"
 #include "provider/common/CEmulexCommon.h"
 #include "provider/common/ErrorCode.h"
+#include "provider/common/LineFile.h"
 #include "provider/common/Trace.h"
 #include "provider/common/TraceScope.h"
 #include "provider/common/WorkArea.h"
@@ -15,7 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
+#include <string_view>
 
 namespace {
 
@@ -59,11 +60,10 @@ bool Failed(int status) {
 enum class Listing { Succeeded, Failed, TryAgain };
 
 // The first line that decides, does. A listing without one may have come too early.
-Listing JudgeListing(std::istream& text) {
-    std::string line;
-    while (std::getline(text, line)) {
-        if (line.find("ERROR") != std::string::npos) {
-            const bool transient = line.find("<64>") != std::string::npos;
+Listing JudgeListing(LineFile& text) {
+    while (const auto line = text.Next()) {
+        if (line->find("ERROR") != std::string_view::npos) {
+            const bool transient = line->find("<64>") != std::string_view::npos;
             CTraceUtility::WriteDebug(Trace::File, Trace::Error, "%s",
                                       transient ? "CEmulexCommon::ExecListhbasCommand() "
                                                   "[ERROR][<64>] Retry Target"
@@ -71,7 +71,7 @@ Listing JudgeListing(std::istream& text) {
                                                   "[ERROR] Not Retry Target");
             return transient ? Listing::TryAgain : Listing::Failed;
         }
-        if (line.find("Serial No.") != std::string::npos) {
+        if (line->find("Serial No.") != std::string_view::npos) {
             CTraceUtility::WriteDebug(Trace::File, Trace::Info,
                                       "CEmulexCommon::ExecListhbasCommand() command success");
             return Listing::Succeeded;
@@ -81,7 +81,7 @@ Listing JudgeListing(std::istream& text) {
 }
 
 Listing ReadListing(const std::string& file) {
-    std::ifstream text(file);
+    LineFile text(file);
     if (!text) {
         CTraceUtility::WriteDebug(Trace::File, Trace::Error, "file open error:%s", file.c_str());
         return Listing::TryAgain;

@@ -3,14 +3,15 @@
 #include "host/Sleep.h"
 #include "provider/common/CEmulexCommon.h"
 #include "provider/common/ErrorCode.h"
+#include "provider/common/LineFile.h"
 #include "provider/common/Trace.h"
 #include "provider/common/TraceScope.h"
 
 #include <algorithm>
-#include <fstream>
 #include <limits>
 #include <list>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -34,28 +35,27 @@ struct Definition {
     Messages end;
 };
 
-std::string WithoutBlanksAround(const std::string& text) {
+std::string WithoutBlanksAround(std::string_view text) {
     const char* blanks = " \r\n";
     const std::size_t first = text.find_first_not_of(blanks);
-    return first == std::string::npos
+    return first == std::string_view::npos
                ? ""
-               : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+               : std::string(text.substr(first, text.find_last_not_of(blanks) - first + 1));
 }
 
 // The prefix may stand anywhere, the text is taken from behind its length all the same.
-void Collect(const std::string& line, const std::string& prefix, Messages& messages) {
-    if (line.size() > prefix.size() && line.find(prefix) != std::string::npos &&
+void Collect(std::string_view line, std::string_view prefix, Messages& messages) {
+    if (line.size() > prefix.size() && line.find(prefix) != std::string_view::npos &&
         messages.size() < maxMessages) {
         messages.push_back(WithoutBlanksAround(line.substr(prefix.size())));
     }
 }
 
-Definition ParseDefinition(std::istream& text) {
+Definition ParseDefinition(LineFile& text) {
     Definition definition;
-    std::string line;
-    while (std::getline(text, line)) {
-        Collect(line, "SuccessMessage=", definition.success);
-        Collect(line, "EndMessage=", definition.end);
+    while (const auto line = text.Next()) {
+        Collect(*line, "SuccessMessage=", definition.success);
+        Collect(*line, "EndMessage=", definition.end);
     }
     return definition;
 }
@@ -68,7 +68,7 @@ void TraceMessages(const char* kind, const Messages& messages) {
 }
 
 std::optional<Definition> ReadDefinition(const std::string& file) {
-    std::ifstream text(file);
+    LineFile text(file);
     if (!text) {
         CEmulexCommon::SetLastError(ErrorCode::FileOrCommand);
         CTraceUtility::WriteDebug(Trace::File, Trace::Error, "File open error %s", file.c_str());
@@ -80,13 +80,12 @@ std::optional<Definition> ReadDefinition(const std::string& file) {
     return definition;
 }
 
-bool OpenResult(std::ifstream& text, const std::string& file) {
-    text.open(file);
-    if (!text) {
+bool IsOpen(const LineFile& result) {
+    if (!result) {
         CEmulexCommon::SetLastError(ErrorCode::FileOrCommand);
         CTraceUtility::WriteDebug(Trace::File, Trace::Error, "File Open Error");
     }
-    return text.is_open();
+    return static_cast<bool>(result);
 }
 
 // How the trace tells a search through the result file.
@@ -98,9 +97,9 @@ struct SearchTrace {
 constexpr SearchTrace endSearch = {"endmsg", "endmsg"};
 constexpr SearchTrace successSearch = {"success msg", "SuccessMsg"};
 
-bool ContainsAny(std::istream& text, const Messages& messages, const SearchTrace& words) {
-    std::string line;
-    while (std::getline(text, line)) {
+bool ContainsAny(LineFile& text, const Messages& messages, const SearchTrace& words) {
+    while (const auto next = text.Next()) {
+        const std::string line(*next);
         CTraceUtility::WriteDebug(Trace::File, Trace::Info, "Result file check %s [%s]", words.line,
                                   line.c_str());
         const auto found = std::find_if(
@@ -119,8 +118,8 @@ bool ContainsAny(std::istream& text, const Messages& messages, const SearchTrace
 bool AwaitEnd(const std::string& file, const Messages& messages) {
     for (int elapsed = 0; elapsed < waitSeconds; elapsed += pollSeconds) {
         Sleep(pollSeconds * 1000UL);
-        std::ifstream text;
-        if (!OpenResult(text, file)) {
+        LineFile text(file);
+        if (!IsOpen(text)) {
             return false;
         }
         if (ContainsAny(text, messages, endSearch)) {
@@ -133,8 +132,8 @@ bool AwaitEnd(const std::string& file, const Messages& messages) {
 }
 
 bool TellsSuccess(const std::string& file, const Messages& messages) {
-    std::ifstream text;
-    if (!OpenResult(text, file)) {
+    LineFile text(file);
+    if (!IsOpen(text)) {
         return false;
     }
     if (ContainsAny(text, messages, successSearch)) {
@@ -185,13 +184,11 @@ bool JudgeReturnCode(const std::string& command, unsigned long code) {
 }
 
 bool JudgeFirstLine(const std::string& command, const std::string& outputFile) {
-    std::ifstream text(outputFile);
+    LineFile text(outputFile);
     if (!text) {
         return FailOpen(outputFile);
     }
-    std::string line;
-    std::getline(text, line);
-    return line == "0" || FailUpdate(command);
+    return text.Next() == "0" || FailUpdate(command);
 }
 
 bool JudgeMessages(const std::string& command, const std::string& resultFile,

@@ -18,23 +18,28 @@ time_t Now() {
     return begun ? exact.tv_sec : now;
 }
 
-}  // namespace
-
-std::optional<long> FileAge(const std::string& path) {
+std::optional<long> Age(const std::string& path, struct stat& status) {
     const time_t now = Now();
-    struct stat status = {};
     if (::stat(path.c_str(), &status) != 0) {
         return std::nullopt;
     }
     return static_cast<long>(::difftime(now, status.st_mtime));
 }
 
-bool IsFreshCache(const std::string& path, const char* words) {
-    const std::optional<long> age = FileAge(path);
+}  // namespace
+
+std::optional<long> FileAge(const std::string& path) {
+    struct stat status = {};
+    return Age(path, status);
+}
+
+std::optional<FileStamp> FreshCache(const std::string& path, const char* words) {
+    struct stat status = {};
+    const std::optional<long> age = Age(path, status);
     if (!age) {
-        return false;
+        return std::nullopt;
     }
     CTraceUtility::WriteDebug(Trace::File, Trace::Info, "%s elapse time [%d] sec", words,
                               static_cast<int>(*age));
-    return *age < lifetimeSeconds;
+    return *age < lifetimeSeconds ? std::optional<FileStamp>(status) : std::nullopt;
 }

@@ -33,3 +33,7 @@ bool FileStamp::IsSettled() const {
                        static_cast<double>(now.tv_nsec - changed.tv_nsec) / nanosecondsPerSecond;
     return age > (changed.tv_nsec == 0 ? wholeSeconds : tickSeconds);
 }
+
+bool FileStamp::IsSmallFile(std::size_t largest) const {
+    return S_ISREG(status.st_mode) && static_cast<std::size_t>(status.st_size) <= largest;
+}

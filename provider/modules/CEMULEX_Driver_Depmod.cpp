@@ -1,11 +1,13 @@
 #include "provider/common/Failure.h"
+#include "provider/common/LineFile.h"
 #include "provider/common/Trace.h"
 #include "provider/common/TraceScope.h"
 #include "provider/modules/CEMULEX_Driver.h"
 #include "provider/modules/FixedPaths.h"
 
+#include <cstdio>
 #include <cstdlib>
-#include <fstream>
+#include <string_view>
 
 namespace {
 
@@ -18,15 +20,23 @@ struct Override {
 };
 
 bool IsMarked(const std::string& path, const std::string& marker) {
-    std::ifstream text(path);
-    std::string line;
-    while (std::getline(text, line)) {
+    LineFile text(path);
+    while (const auto line = text.Next()) {
         // Anywhere in the line: an administrator's comment on it keeps the file as it is.
-        if (line.find(marker) != std::string::npos) {
+        if (line->find(marker) != std::string_view::npos) {
             return true;
         }
     }
     return false;
+}
+
+bool Append(const std::string& path, const std::string& text) {
+    std::FILE* const file = std::fopen(path.c_str(), "ae");
+    if (file == nullptr) {
+        return false;
+    }
+    const bool written = std::fputs(text.c_str(), file) >= 0;
+    return std::fclose(file) == 0 && written;
 }
 
 bool Ensure(const Override& module) {
@@ -35,13 +45,11 @@ bool Ensure(const Override& module) {
     if (IsMarked(path, marker)) {
         return true;
     }
-    std::ofstream text(path, std::ios::app);
     // The line feed in front is relied on: it ends a last line that has none.
-    text << "\n"
-         << marker << " * weak-updates/updates/" << module.preferred << "\n"
-         << marker << " * weak-updates/" << module.preferred << "\n";
-    text.close();
-    return text.good() || Fail(ErrorCode::FileOrCommand, "Failed to open file(" + path + ").");
+    const std::string text = "\n" + marker + " * weak-updates/updates/" + module.preferred + "\n" +
+                             marker + " * weak-updates/" + module.preferred + "\n";
+    return Append(path, text) ||
+           Fail(ErrorCode::FileOrCommand, "Failed to open file(" + path + ").");
 }
 
 bool RefreshModuleMap() {

@@ -4,14 +4,16 @@
 #include "host/Sleep.h"
 #include "provider/common/CEmulexCommon.h"
 #include "provider/common/Failure.h"
+#include "provider/common/LineFile.h"
 #include "provider/common/Trace.h"
 #include "provider/common/WorkArea.h"
 #include "provider/modules/CEMULEX_Firmware.h"
 #include "provider/modules/UpdatePackage.h"
 
 #include <algorithm>
-#include <fstream>
 #include <limits>
+#include <optional>
+#include <string_view>
 
 namespace {
 
@@ -129,10 +131,14 @@ bool FlashBios(const Download& download) {
 }
 
 // Only what the tool prints decides, neither its exit status nor whether it could be started.
-bool Confirms(std::istream& output) {
-    std::string line;
-    while (std::getline(output, line)) {
-        if (line.find("Download Complete") != std::string::npos) {
+// Nothing where that cannot be opened.
+std::optional<bool> Confirms(const std::string& file) {
+    LineFile output(file);
+    if (!output) {
+        return std::nullopt;
+    }
+    while (const auto line = output.Next()) {
+        if (line->find("Download Complete") != std::string_view::npos) {
             return true;
         }
     }
@@ -147,14 +153,13 @@ bool RunUntilConfirmed(const std::string& command) {
         unsigned long returnCode = 1;
         result = CCommon_Information::ExecForeignModule(command, OutputFile(), "", &returnCode,
                                                         noTimeLimit);
-        std::ifstream output(OutputFile());
-        if (!output.is_open()) {
+        const std::optional<bool> confirmed = Confirms(OutputFile());
+        if (!confirmed) {
             return Fail(ErrorCode::FileOrCommand, "Failed to open file(" + OutputFile() + ").");
         }
-        if (Confirms(output)) {
+        if (*confirmed) {
             return true;
         }
-        output.close();
         if (attempt < downloadAttempts) {
             Sleep(attemptPauseMs);
         }

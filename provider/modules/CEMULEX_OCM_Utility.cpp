@@ -49,8 +49,8 @@ bool Refresh(const std::string& file) {
 }
 
 // What follows the first ":" of the line that tells the version; empty when there is none.
-std::string ReadVersion(const std::string& file) {
-    LineFile output(file);
+std::string ReadVersion(const std::string& file, const std::optional<FileStamp>& fresh) {
+    LineFile output(file, fresh);
     if (!output) {
         CTraceUtility::WriteDebug(Trace::File, Trace::Error,
                                   "CEMULEX_OCM_Utility::GetOperatingVersion() file open error:%s",
@@ -100,10 +100,10 @@ std::string CEMULEX_OCM_Utility::GetOperatingVersion() {
     CTraceUtility::WriteDebug(Trace::File, Trace::Info,
                               "CEMULEX_OCM_Utility::GetOperatingVersion() strOutputFile:%s",
                               file.c_str());
-    const bool readable =
-        IsFreshCache(file, "CEMULEX_OCM_Utility::GetOperatingVersion() Hba version file") ||
-        Refresh(file);
-    std::string version = Normalised(readable ? ReadVersion(file) : "");
+    const std::optional<FileStamp> fresh =
+        FreshCache(file, "CEMULEX_OCM_Utility::GetOperatingVersion() Hba version file");
+    const bool readable = fresh || Refresh(file);
+    std::string version = Normalised(readable ? ReadVersion(file, fresh) : "");
     trace.SetExit([version] {
         CTraceUtility::WriteDebug(
             Trace::File, Trace::Flow,

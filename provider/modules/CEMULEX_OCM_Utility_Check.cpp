@@ -1,4 +1,5 @@
 #include "provider/common/Failure.h"
+#include "provider/common/LineFile.h"
 #include "provider/common/Trace.h"
 #include "provider/common/TraceScope.h"
 #include "provider/common/WorkArea.h"
@@ -6,7 +7,6 @@
 #include "provider/modules/FixedPaths.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <vector>
 
 namespace {
@@ -53,10 +53,12 @@ std::string WithoutBlanks(std::string line, const char* file) {
     return line;
 }
 
-bool ReadSetting(std::istream& text, const char* file, std::string& line) {
-    if (!std::getline(text, line)) {
+bool ReadSetting(LineFile& text, const char* file, std::string& line) {
+    const auto next = text.Next();
+    if (!next) {
         return false;
     }
+    line = *next;
     CTraceUtility::WriteDebug(Trace::File, Trace::Info, "%s:[%s]", file, line.c_str());
     line = WithoutBlanks(line, file);
     return true;
@@ -85,7 +87,7 @@ bool Meets(const std::vector<Setting>& settings, const std::string& line, std::s
 // passes for one that is absent. A refused line leaves the count above 0, so that it alone decides.
 bool IsAsRequired(const ConfigFile& config) {
     const std::string path = FixedPaths::ConfigFolder() + "/" + config.name;
-    std::ifstream text(path);
+    LineFile text(path);
     if (!text) {
         return Fail(ErrorCode::FileOrCommand, "Failed to open file(" + path + ").");
     }
@@ -114,15 +116,13 @@ bool QueryPackages(const std::string& file) {
 }
 
 bool TellsOfNoPackage(const std::string& file) {
-    std::ifstream text(file);
+    LineFile text(file);
     if (!text) {
         CTraceUtility::WriteDebug(Trace::File, Trace::Error, "Failed to open file(%s).",
                                   file.c_str());
         return false;
     }
-    std::string line;
-    std::getline(text, line);
-    if (line == "0") {
+    if (text.Next() == "0") {
         CTraceUtility::WriteDebug(Trace::File, Trace::Info, "I found elxocmjvm-xxxx.xxxx.rpm. ");
         return false;
     }

@@ -3,6 +3,7 @@
 #include "host/CUnzip_Utility.h"
 #include "provider/common/CEmulexCommon.h"
 #include "provider/common/Failure.h"
+#include "provider/common/LineFile.h"
 #include "provider/common/OperatorMessage.h"
 #include "provider/common/Trace.h"
 #include "provider/common/TraceScope.h"
@@ -12,7 +13,6 @@
 #include "provider/modules/UpdatePackage.h"
 
 #include <cstdlib>
-#include <fstream>
 
 namespace {
 
@@ -80,8 +80,7 @@ bool SelectPackage(const std::string& folder, std::string& package) {
     }
     package = folder + "/" + found.front();
     // A message other than that of the two above; relied on.
-    return std::ifstream(package).is_open() ||
-           Refuse(ErrorCode::NoSingleImage, notPrepared, "No " + package);
+    return LineFile(package) || Refuse(ErrorCode::NoSingleImage, notPrepared, "No " + package);
 }
 
 // A package that fails is no operator message, and what was unpacked stays; both are relied on.

@@ -1,9 +1,49 @@
 #include "provider/common/CEmulexCommon.h"
 #include "tests/unit/PortTest.h"
 
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <thread>
 #include <tuple>
 
 namespace {
+
+/// Counts how often a file is opened.
+class Openings {
+public:
+    explicit Openings(const std::string& path) : events(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+        // Equal events in a row are told once, so closings part the openings.
+        EXPECT_GE(::inotify_add_watch(events, path.c_str(), IN_OPEN | IN_CLOSE), 0);
+    }
+    ~Openings() { ::close(events); }
+    Openings(const Openings&) = delete;
+    Openings& operator=(const Openings&) = delete;
+
+    /// Since the last call.
+    std::size_t Count() const {
+        std::array<inotify_event, 64> block{};
+        if (::read(events, block.data(), sizeof block) < 0) {
+            return 0;
+        }
+        return static_cast<std::size_t>(
+            std::count_if(block.begin(), block.end(),
+                          [](const inotify_event& event) { return (event.mask & IN_OPEN) != 0; }));
+    }
+
+private:
+    int events;
+};
+
+/// Long enough that a file which was written before has got its last time.
+void Settle() {
+    std::this_thread::sleep_for(std::chrono::milliseconds(40));
+}
 
 using C = CEmulexCommon;
 
@@ -67,6 +107,39 @@ TEST_F(AttributeCacheTest, LivesForAnHour) {
         EXPECT_TRUE(
             host.Traced(name + "HbaAttributes file elapse time [" + std::to_string(age) + "] sec"));
     }
+}
+
+TEST_F(AttributeCacheTest, ASmallFileIsReadOnceUntilItChanges) {
+    WriteCache("FW Version : 1\nBoot BIOS : a\n\nlast", 0);
+    Settle();
+    const Openings openings(file);
+    EXPECT_EQ(Get("FW Version") + Get("Boot BIOS") + Get("last"), "0 10 a-1 ");
+    EXPECT_EQ(openings.Count(), 1U);
+
+    // Of the same size and, as far as anybody can set it, the same time.
+    struct stat before {};
+    ASSERT_EQ(::stat(file.c_str(), &before), 0);
+    host.Write(file, "FW Version : 2\nBoot BIOS : b\n\nlast");
+    const timespec times[] = {before.st_atim, before.st_mtim};
+    ASSERT_EQ(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
+    EXPECT_EQ(Get("FW Version"), "0 2");
+
+    // One that has only just been written may change and look the same.
+    bool readTwice = false;  // at some time; a busy machine may let the file grow old meanwhile
+    for (int version = 3; version < 60; ++version) {
+        const std::string text = std::to_string(version % 10);
+        host.Write(file, "FW Version : " + text);
+        openings.Count();
+        EXPECT_EQ(Get("FW Version") + Get("FW Version"), "0 " + text + "0 " + text);
+        readTwice = readTwice || openings.Count() == 2;
+    }
+    EXPECT_TRUE(readTwice);
+
+    host.Write(file, std::string(5000, 'x') + "\nFW Version : far");
+    Settle();
+    EXPECT_EQ(Get("FW Version"), "0 far");
+    ASSERT_EQ(::unlink(file.c_str()), 0);
+    EXPECT_EQ(Get("FW Version"), "0 11.2.156.27") << "asked for again";
 }
 
 TEST_F(AttributeCacheTest, Failures) {
