@@ -3,6 +3,7 @@
 #include "qdmctl/AnswerPending.h"
 #include "qdmctl/AnswerRepair.h"
 #include "qdmctl/JsonNumber.h"
+#include "qdmctl/JsonText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -111,7 +112,7 @@ Answer AnswerOf(const Json& json) {
 }  // namespace
 
 std::optional<Answer> FromJson(const std::string& text) {
-    const Json json = Json::parse(text, nullptr, false);
+    const Json json = ParseOwnJson(text);
     try {
         return AnswerOf(json);
     } catch (const Json::exception&) {

@@ -182,6 +182,22 @@ std::string PortsToText(const Answer& answer, const TableStyle& style) {
         style);
 }
 
+std::string SectionsToText(const Answer& answer, const TableStyle& style) {
+    std::string text = PortsToText(answer, style);
+    const auto add = [&text](const std::string& part) {
+        text += (text.empty() || part.empty() ? "" : "\n") + part;
+    };
+    add(answer.info ? InfoToText(*answer.info, answer.ports.front(), style) : std::string());
+    add(answer.checks ? ChecksToText(*answer.checks, style) : std::string());
+    add(answer.hasComponents ? Summary(answer) : std::string());
+    add(answer.pending ? PendingToText(*answer.pending, style) : std::string());
+    add(answer.repair ? RepairToText(*answer.repair, style) : std::string());
+    add(answer.report ? ReportToText(*answer.report, style) : std::string());
+    add(answer.restored ? RestoredToText(*answer.restored, style) : std::string());
+    add(ErrorsToText(answer.errors, style));
+    return text;
+}
+
 }  // namespace
 
 std::string ErrorsToText(const std::vector<Error>& errors, const TableStyle& style) {
@@ -197,22 +213,13 @@ bool HasTable(const Answer& answer) {
            answer.checks;
 }
 
-std::string ToTable(const Answer& whole, const TableStyle& style) {
-    Answer answer = whole;
-    answer.ports = WithoutIdleKinds(std::move(answer.ports));
-    std::string text = PortsToText(answer, style);
-    const auto add = [&text](const std::string& part) {
-        text += (text.empty() || part.empty() ? "" : "\n") + part;
-    };
-    add(answer.info ? InfoToText(*answer.info, answer.ports.front(), style) : std::string());
-    add(answer.checks ? ChecksToText(*answer.checks, style) : std::string());
-    add(answer.hasComponents ? Summary(answer) : std::string());
-    add(answer.pending ? PendingToText(*answer.pending, style) : std::string());
-    add(answer.repair ? RepairToText(*answer.repair, style) : std::string());
-    add(answer.report ? ReportToText(*answer.report, style) : std::string());
-    add(answer.restored ? RestoredToText(*answer.restored, style) : std::string());
-    add(ErrorsToText(answer.errors, style));
-    return text;
+std::string ToTable(const Answer& answer, const TableStyle& style) {
+    if (!answer.hasComponents) {
+        return SectionsToText(answer, style);
+    }
+    Answer shown = answer;
+    shown.ports = WithoutIdleKinds(std::move(shown.ports));
+    return SectionsToText(shown, style);
 }
 
 }  // namespace qdmctl

@@ -4,9 +4,18 @@
 
 namespace qdmctl {
 
-std::string BootIdentifier() {
+namespace {
+
+std::string Read() {
     const std::string text = ReadBeginning("/proc/sys/kernel/random/boot_id").value_or("");
     return text.substr(0, text.find('\n'));
+}
+
+}  // namespace
+
+std::string BootIdentifier() {
+    static const std::string known = Read();
+    return known;
 }
 
 }  // namespace qdmctl

@@ -19,6 +19,11 @@ constexpr char AtRest[] = " at rest\n";
 constexpr char AtWork[] = " at work\n";
 static_assert(sizeof AtRest == sizeof AtWork);
 
+FileHandle OpenNote(const std::string& root, int flags) {
+    return FileHandle(
+        ::open((root + NoteFile).c_str(), flags | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+}
+
 std::string ReadNote(const FileHandle& file) {
     std::array<char, 128> text;
     const long size = ReadFully(file, text.data(), text.size());
@@ -41,10 +46,13 @@ bool IsOfFuture(const std::string& root) {
 
 }  // namespace
 
+bool CacheGuard::LeftAtRest(const std::string& root) {
+    return ReadNote(OpenNote(root, O_RDWR)) == BootIdentifier() + AtRest;
+}
+
 void CacheGuard::Begin(const std::string& root) {
     boot = BootIdentifier();
-    note = FileHandle(::open((root + NoteFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW,
-                             S_IRUSR | S_IWUSR));
+    note = OpenNote(root, O_RDWR | O_CREAT);
     const std::string found = ReadNote(note);
     if (found != boot + AtRest || IsOfFuture(root)) {
         Drop(root);

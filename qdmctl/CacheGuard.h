@@ -12,6 +12,10 @@ namespace qdmctl {
 /// emptied. So does a reboot, which may have changed what operates.
 class CacheGuard {
 public:
+    /// Whether the run before has ended well, since the server was started, and the note can be
+    /// written; for a first look, without the lock.
+    [[nodiscard]] static bool LeftAtRest(const std::string& root);
+
     /// To be called with the lock held.
     void Begin(const std::string& root);
 

@@ -2,6 +2,7 @@
 
 #include "qdmctl/FileAccess.h"
 #include "qdmctl/JsonFields.h"
+#include "qdmctl/JsonText.h"
 #include "qdmctl/TextForms.h"
 
 #include <sys/stat.h>

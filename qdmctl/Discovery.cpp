@@ -27,12 +27,12 @@ bool IsFibreChannel(const PciDevice& device) {
     return device.classCode >> interfaceBits == fibreChannelClass;
 }
 
-std::string ValueOf(const std::string& list, const std::string& key) {
-    return FindIniValue(list, section, key).value_or("");
+std::string ValueOf(const IniSection& list, const std::string& key) {
+    return list.Find(key).value_or("");
 }
 
 /// 0 where there is none, or something else than a number.
-int CountOf(const std::string& list) {
+int CountOf(const IniSection& list) {
     const std::string text = ValueOf(list, countKey);
     const char* const end = text.data() + text.size();
     int count = 0;
@@ -40,7 +40,7 @@ int CountOf(const std::string& list) {
 }
 
 /// The four digits behind a prefix such as "VEN_", in lower case; empty for another form.
-std::string ReadId(const std::string& list, const std::string& key, const std::string& prefix) {
+std::string ReadId(const IniSection& list, const std::string& key, const std::string& prefix) {
     const std::string value = ValueOf(list, key);
     if (value.compare(0, prefix.size(), prefix) != 0) {
         return {};
@@ -90,7 +90,7 @@ bool HasKeyForm(const Model& model, const std::string& key) {
 }
 
 /// Whether the list goes as far as it says; what such an entry holds is another matter.
-bool HasEntry(const std::string& list, int number) {
+bool HasEntry(const IniSection& list, int number) {
     return !ValueOf(list, "Device" + std::to_string(number)).empty();
 }
 
@@ -109,7 +109,7 @@ Loaded<std::vector<PciIds>> ReadSupportedDevices(const std::string& file) {
     if (!distrust.empty()) {
         return Refuse(file, distrust);
     }
-    const std::string list = ReadWhole(plain, longestList);
+    const IniSection list(ReadWhole(plain, longestList), section);
     if (!plain.refusal.empty()) {
         return Refuse(file, plain.refusal);
     }

@@ -46,6 +46,7 @@ std::vector<Error> Faults::AsErrors(ErrorId id, const std::string& hint) const {
 
 JsonFields::JsonFields(const Json& value, std::string where, Faults& faults)
     : object(value.is_object() ? value : EmptyObject()), where(std::move(where)), faults(faults) {
+    asked.reserve(object.size());
     if (!value.is_object()) {
         faults.Add(this->where, "must be an object");
     }
@@ -152,22 +153,6 @@ void JsonFields::RefuseOtherKeys() {
 
 std::string ElementName(const std::string& array, std::size_t index) {
     return array + "[" + std::to_string(index) + "]";
-}
-
-Json ParseJson(const std::string& text, Faults& faults) {
-    try {
-        return Json::parse(text);
-    } catch (const Json::parse_error& error) {
-        // The library's own text may quote the file, so only the place is taken from it.
-        const auto end =
-            text.begin() + static_cast<std::ptrdiff_t>(std::min(error.byte, text.size()));
-        faults.Add("line " + std::to_string(1 + std::count(text.begin(), end, '\n')),
-                   "is not valid JSON");
-        return nullptr;
-    } catch (const Json::out_of_range&) {
-        faults.Add("", "holds a number that is too large");
-        return nullptr;
-    }
 }
 
 }  // namespace qdmctl

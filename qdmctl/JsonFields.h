@@ -69,7 +69,4 @@ private:
 /// "packages[3]"
 [[nodiscard]] std::string ElementName(const std::string& array, std::size_t index);
 
-/// Parses a data file's text; a fault and null where it is no JSON.
-[[nodiscard]] nlohmann::json ParseJson(const std::string& text, Faults& faults);
-
 }  // namespace qdmctl

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <sstream>
 
 #ifndef QDMCTL_VERSION
@@ -152,16 +153,19 @@ void AddFolders(CLI::App& sub, const Command& command, Options& options) {
     }
 }
 
+/// The library makes the texts of a range by streams, which most starts have no other use for.
+std::function<std::string(const std::string&)> Within(int least, int most) {
+    return [least, most](std::string value) { return CLI::Range(least, most)(value); };
+}
+
 void AddJobs(CLI::App& sub, Options& options) {
-    CLI::Validator jobs = CLI::Range(1, 32);
-    jobs.description("");
     sub.add_option("--jobs", options.jobs,
                    "ask the adapter tool about up to N ports at a time (1 to 32); on a server with "
                    "many ports a first list takes little more than an N-th of the time, unless the "
                    "tool refuses calls that run beside each other: those are repeated one by one")
-        ->check(jobs)
+        ->check(Within(1, 32))
         ->type_name("N")
-        ->capture_default_str();
+        ->default_str(std::to_string(options.jobs));
 }
 
 bool Names(int argc, const char* const* argv, const Command& command) {
@@ -183,13 +187,11 @@ void AddOptions(CLI::App& sub, const Command& command, Options& options) {
     sub.add_option("--trace", options.traceFile, "append the debug trace to this file")
         ->type_name("FILE")
         ->check(RefuseOption);
-    CLI::Validator seconds = CLI::Range(1, 3600);
-    seconds.description("");
     sub.add_option("--read-timeout", options.readTimeoutSeconds,
                    "end a reading call of the adapter tool after so long (1 to 3600)")
-        ->check(seconds)
+        ->check(Within(1, 3600))
         ->type_name("SECONDS")
-        ->capture_default_str();
+        ->default_str(std::to_string(options.readTimeoutSeconds));
 }
 
 void AddCommand(CLI::App& app, const Command& command, bool named, Options& options) {

@@ -2,6 +2,7 @@
 
 #include "qdmctl/Answer.h"
 #include "qdmctl/JsonFields.h"
+#include "qdmctl/JsonText.h"
 #include "qdmctl/StateFile.h"
 #include "qdmctl/TextForms.h"
 

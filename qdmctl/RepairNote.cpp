@@ -1,6 +1,7 @@
 #include "qdmctl/RepairNote.h"
 
 #include "qdmctl/JsonFields.h"
+#include "qdmctl/JsonText.h"
 #include "qdmctl/StateFile.h"
 #include "qdmctl/TextForms.h"
 

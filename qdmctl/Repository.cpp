@@ -3,6 +3,7 @@
 #include "host/ComLib/Archive.h"
 #include "qdmctl/FileAccess.h"
 #include "qdmctl/JsonFields.h"
+#include "qdmctl/JsonText.h"
 #include "qdmctl/TextForms.h"
 
 #include <algorithm>

@@ -111,6 +111,12 @@ bool Session::CheckWorkArea() {
         return false;
     }
     auto error = CheckWorkFolders(root);
+    // A run that has ended well has written there, and each file that is made costs its time.
+    const bool tried =
+        !options.command->changing && CacheGuard::LeftAtRest(root) && HasSpaceToSpare(root);
+    if (!error && !tried) {
+        error = CheckScratchWritable(root);
+    }
     if (!error && options.command->changing) {
         error = CheckStateWritable(root);
     }

@@ -80,7 +80,7 @@ bool Session::ToolIsMissing() {
 
 bool Session::ToolPresent() {
     const auto missing = MissingComponents(*ports.front().vendor);
-    const std::string advice = RepairAdvice(root);
+    const std::string advice = missing.empty() ? std::string() : RepairAdvice(root);
     for (const CNecessaryComponentInfo& component : missing) {
         AddError(ErrorId::ToolMissing, component.name + " is not installed",
                  advice.empty() ? "install the adapter maker's management utility; the adapters "

@@ -5,8 +5,10 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/uio.h>
 #include <unistd.h>
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string>
@@ -20,6 +22,9 @@ constexpr char ScratchFolder[] = "/tmp/qdmctl";
 /// that is checked with its package.
 constexpr std::size_t ProbeBlocks = 16;
 constexpr std::size_t BlockBytes = 4096;
+/// A disk that has so much left for everybody has some of it left for a run that only reads.
+constexpr std::size_t PlentyOfBytes = std::size_t{64} << 20U;
+constexpr fsfilcnt_t PlentyOfFiles = 1000;
 
 Error FolderError(const std::string& folder, const std::string& what) {
     return MakeError(ErrorId::WorkArea, folder + " " + what,
@@ -155,10 +160,21 @@ std::optional<Error> CheckWorkFolders(const std::string& root) {
             return error;
         }
     }
-    if (auto error = CheckFiles(root, ::geteuid())) {
-        return error;
-    }
+    return CheckFiles(root, ::geteuid());
+}
+
+std::optional<Error> CheckScratchWritable(const std::string& root) {
     return CheckWritable(root + ScratchFolder);
+}
+
+bool HasSpaceToSpare(const std::string& root) {
+    struct statvfs disk {};
+    if (::statvfs((root + ScratchFolder).c_str(), &disk) != 0) {
+        return false;
+    }
+    const bool countsFiles = disk.f_files != 0;
+    return disk.f_bavail >= PlentyOfBytes / std::max(disk.f_frsize, 1UL) && disk.f_bavail > 0 &&
+           !(countsFiles && disk.f_favail < PlentyOfFiles);
 }
 
 std::optional<Error> CheckStateWritable(const std::string& root) {

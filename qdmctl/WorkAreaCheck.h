@@ -7,10 +7,15 @@
 
 namespace qdmctl {
 
-/// Makes sure that the install root belongs to the caller alone, that the folders of the work area
-/// below it exist or can be made, and that a file can be written there. WorkArea or DiskFull,
-/// naming the path at fault.
+/// Makes sure that the install root belongs to the caller alone, and that the folders of the work
+/// area below it exist or can be made. WorkArea or DiskFull, naming the path at fault.
 [[nodiscard]] std::optional<Error> CheckWorkFolders(const std::string& root);
+
+/// Whether a file can be written there. The folders have been checked.
+[[nodiscard]] std::optional<Error> CheckScratchWritable(const std::string& root);
+
+/// Whether the work area's disk tells of so much space that no file need be written to find out.
+[[nodiscard]] bool HasSpaceToSpare(const std::string& root);
 
 /// Whether runs can leave there what later ones need to know, which no change is begun without. The
 /// folders have been checked.

@@ -40,7 +40,7 @@ def test_programs_files_and_libraries(server):
     assert cold["processes"] <= 2 * calls + 1, "a shell and the tool for a call, and the worker"
     assert (warm["processes"], warm["programs"]) == (1, 1), "the worker, which starts nothing"
     assert max(cold["libraries"], warm["libraries"]) <= LIBRARIES
-    assert warm["opens"] <= 40 + 20 * PORTS
+    assert warm["opens"] <= 40 + 8 * PORTS
 
 
 def test_instructions(server):

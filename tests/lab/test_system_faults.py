@@ -10,7 +10,7 @@ import time
 import zipfile
 
 import pytest
-from conftest import HBACMD
+from conftest import HBACMD, Answer
 
 ROOT = "/opt/velmora/qdm/provider"
 FOLDERS = ("tmp", "tmp/EMULEX", "tmp/EMULEX/cache", "tmp/EMULEX/temp", "tmp/qdmctl", "state")
@@ -107,6 +107,19 @@ def test_fault_of_the_server(server, tried, spoil, options, error, named):
     mend()
     refused(server, answer, error, 1, named)
     updates(server)
+
+
+def test_a_work_area_that_was_written_before(server):
+    """A list need not try again whether files can be made; when they cannot, it says so."""
+    assert server.qdmctl("list").exit_code == 0
+    answer = server.qdmctl("list", options=("--read-only", f"{ROOT}/tmp"))
+    refused(server, answer, "work-area", 1, f"{ROOT}/tmp")
+
+    fill = f"head -c 1M /dev/zero > {ROOT}/tmp/much 2>/dev/null; exec qdmctl list --json"
+    answer = Answer(server.run("sh", "-c", f"qdmctl list > /dev/null; {fill}",
+                               options=("--disk", f"{ROOT}/tmp", str(1 << 20))))
+    refused(server, answer, "disk-full", 1, f"{ROOT}/tmp")
+    assert server.qdmctl("list").exit_code == 0
 
 
 def in_place(make):
