@@ -14,7 +14,10 @@ std::string Read() {
 }  // namespace
 
 std::string BootIdentifier() {
-    static const std::string known = Read();
+    static std::string known;
+    if (known.empty()) {
+        known = Read();
+    }
     return known;
 }
 

@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include <array>
 #include <ctime>
+#include <utility>
 
 namespace qdmctl {
 namespace {
@@ -19,9 +20,13 @@ constexpr char AtRest[] = " at rest\n";
 constexpr char AtWork[] = " at work\n";
 static_assert(sizeof AtRest == sizeof AtWork);
 
+/// Not open where something else than a file is in its place: a pipe would be waited for.
 FileHandle OpenNote(const std::string& root, int flags) {
-    return FileHandle(
-        ::open((root + NoteFile).c_str(), flags | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+    FileHandle note(::open((root + NoteFile).c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
+                           S_IRUSR | S_IWUSR));
+    struct stat status {};
+    const bool sound = ::fstat(note.Get(), &status) == 0 && S_ISREG(status.st_mode);
+    return sound ? std::move(note) : FileHandle();
 }
 
 std::string ReadNote(const FileHandle& file) {
@@ -60,6 +65,7 @@ void CacheGuard::Begin(const std::string& root) {
     const bool longer = found.size() > boot.size() + sizeof AtRest - 1;
     if ((longer && ::ftruncate(note.Get(), 0) != 0) || !Write(AtWork)) {
         note = FileHandle();
+        ::unlink((root + NoteFile).c_str());  // what it told is no longer so
     }
 }
 

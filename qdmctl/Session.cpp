@@ -111,10 +111,7 @@ bool Session::CheckWorkArea() {
         return false;
     }
     auto error = CheckWorkFolders(root);
-    // A run that has ended well has written there, and each file that is made costs its time.
-    const bool tried =
-        !options.command->changing && CacheGuard::LeftAtRest(root) && HasSpaceToSpare(root);
-    if (!error && !tried) {
+    if (!error && !WrittenBefore()) {
         error = CheckScratchWritable(root);
     }
     if (!error && options.command->changing) {
@@ -124,6 +121,12 @@ bool Session::CheckWorkArea() {
         answer.errors.push_back(std::move(*error));
     }
     return !error;
+}
+
+/// A run that has ended well has written there; to make a file once more costs a reading run much
+/// of its time.
+bool Session::WrittenBefore() const {
+    return !options.command->changing && CacheGuard::LeftAtRest(root) && HasSpaceToSpare(root);
 }
 
 bool Session::TakeLock() {

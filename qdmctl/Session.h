@@ -3,6 +3,7 @@
 #include "qdmctl/Answer.h"
 #include "qdmctl/CacheGuard.h"
 #include "qdmctl/CallRecord.h"
+#include "qdmctl/ConfigReport.h"
 #include "qdmctl/Console.h"
 #include "qdmctl/Descriptor.h"
 #include "qdmctl/Discovery.h"
@@ -104,6 +105,7 @@ public:
 private:
     bool CheckRights();
     bool CheckWorkArea();
+    bool WrittenBefore() const;
     bool TakeLock();
     bool LoadProvider();
     bool FindPorts();
@@ -123,6 +125,7 @@ private:
     void TellUtilityFailure(const std::string& reason);
     static void ForgetAttributes(PortSession& port);
     void ReadBootBios(const std::vector<PortSession*>& read);
+    std::vector<ReportedPort> ReadReport(const std::vector<PortSession*>& read);
 
     std::string root;
     RunLock lock;

@@ -2,6 +2,7 @@
 #include "host/CFirmware.h"
 #include "host/CUtility.h"
 #include "qdmctl/AttributeAnswer.h"
+#include "qdmctl/Command.h"
 #include "qdmctl/ConfigReport.h"
 #include "qdmctl/Reasons.h"
 #include "qdmctl/RepairNote.h"
@@ -221,9 +222,27 @@ void Session::ForgetAttributes(PortSession& port) {
 
 /// The boot BIOS version shows in the configuration report alone.
 void Session::ReadBootBios(const std::vector<PortSession*>& read) {
-    const std::string folder = read.empty() ? std::string() : ReportFolder();
-    if (folder.empty()) {
+    if (read.empty()) {
         return;
+    }
+    const std::vector<ReportedPort> reported = ReadReport(read);
+    for (std::size_t i = 0; i < read.size() && i < reported.size(); ++i) {
+        read[i]->view.versions.bootBios = reported[i].bootBios;
+    }
+    // A change is judged by what it changes.
+    if (reported.size() < read.size() && !options.command->changing && !console.StopRequested()) {
+        AddError(ErrorId::WorkArea,
+                 "the boot BIOS versions are not known: the provider has left no report below " +
+                     root + "/tmp/qdmctl",
+                 "make that folder writable for root, free some space on its disk, and try again");
+    }
+}
+
+/// In the order of the ports; none where the provider could not write its report.
+std::vector<ReportedPort> Session::ReadReport(const std::vector<PortSession*>& read) {
+    const std::string folder = ReportFolder();
+    if (folder.empty()) {
+        return {};
     }
     std::vector<CVendor*> vendors;
     vendors.reserve(read.size());
@@ -233,9 +252,7 @@ void Session::ReadBootBios(const std::vector<PortSession*>& read) {
     std::vector<ReportedPort> reported;
     Reading(ReadingStep("reading versions", nullptr),
             [&] { reported = CollectReport(vendors, folder).ports; });
-    for (std::size_t i = 0; i < read.size() && i < reported.size(); ++i) {
-        read[i]->view.versions.bootBios = reported[i].bootBios;
-    }
+    return reported;
 }
 
 }  // namespace qdmctl

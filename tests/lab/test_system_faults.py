@@ -111,12 +111,22 @@ def test_fault_of_the_server(server, tried, spoil, options, error, named):
 
 def test_a_work_area_that_was_written_before(server):
     """A list need not try again whether files can be made; when they cannot, it says so."""
-    assert server.qdmctl("list").exit_code == 0
+    whole = server.qdmctl("list")
+    assert whole.exit_code == 0
+    probe = server.inside(f"{ROOT}/tmp/qdmctl/probe")
+    probe.mkdir()
+    assert server.qdmctl("list").exit_code == 0, "not tried again"
+    probe.rmdir()
+
     answer = server.qdmctl("list", options=("--read-only", f"{ROOT}/tmp"))
-    refused(server, answer, "work-area", 1, f"{ROOT}/tmp")
+    refused(server, answer, "work-area", 1, f"{ROOT}/tmp/qdmctl cannot be written")
+    answer = server.qdmctl("list", options=("--read-only", f"{ROOT}/tmp/qdmctl/report"))
+    refused(server, answer, "work-area", 1, "the boot BIOS versions are not known")
+    told, known = (one.json["ports"][0]["versions"] for one in (answer, whole))
+    assert told == {**known, "boot_bios": told["boot_bios"]} and told != known, answer
 
     fill = f"head -c 1M /dev/zero > {ROOT}/tmp/much 2>/dev/null; exec qdmctl list --json"
-    answer = Answer(server.run("sh", "-c", f"qdmctl list > /dev/null; {fill}",
+    answer = Answer(server.run("sh", "-c", f"qdmctl list > /dev/null && ({fill})",
                                options=("--disk", f"{ROOT}/tmp", str(1 << 20))))
     refused(server, answer, "disk-full", 1, f"{ROOT}/tmp")
     assert server.qdmctl("list").exit_code == 0
@@ -174,6 +184,8 @@ def test_odd_things_in_place_of_files(server, tried, odd):
             assert answer.error_ids() == ["work-area"], (path, answer)
             assert f"{ROOT}/{path.removesuffix('/probe')}" in answer.json["errors"][0]["message"]
             assert len(server.calls("Download")) == before
+        listed = server.qdmctl("list")
+        assert set(listed.error_ids()) <= {"work-area"}, (path, listed)
         mend()
         tried("system faults", f"{odd} in place of a file",
               "refused with the reason" if answer.exit_code else "done all the same")
