@@ -9,7 +9,7 @@
 /// is no such file.
 std::optional<long> FileAge(const std::string& path);
 
-/// Of a file of less than an hour, one from the future included: what the adapter tool printed into
-/// it is used again. Nothing for an older or missing one. `words` stand before the age in a trace
-/// line.
+/// The stamp of a file of less than an hour, one from the future included: what the adapter tool
+/// printed into it is used again. Nothing for an older or missing one. `words` stand before the age
+/// in a trace line.
 std::optional<FileStamp> FreshCache(const std::string& path, const char* words);
